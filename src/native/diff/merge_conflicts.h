@@ -1,0 +1,15 @@
+#ifndef UTILS_DIFF_MERGE_CONFLICTS_H
+#define UTILS_DIFF_MERGE_CONFLICTS_H
+
+#include <string>
+
+namespace tarnwick {
+
+// Returns `text` with "&", "<" and ">" escaped as entities, except that in every run of "<" (or
+// of ">") each whole group of seven, counted from the run's left end, stays raw: conflict markers
+// survive, the remainder of a run is escaped.
+std::string styleMergeConflicts(const std::string& text);
+
+}  // namespace tarnwick
+
+#endif

@@ -1,0 +1,96 @@
+#include "filters/advanced_filters.h"
+
+namespace tarnwick {
+
+namespace {
+
+// One source line per element of the form, as the markup's own indentation lays it out; the
+// pieces join with nothing between them.
+const char kAdvancedFiltersHTML[] =
+    "<form>"
+    "    <div class='row'>"
+    "        <div class='column'>"
+    "            <label>"
+    "                <input type='checkbox' class='cb-no-merge-commits' />"
+    "                <span>No merge commits</span>"
+    "            </label>"
+    "        </div>"
+    "        <div class='column'>"
+    "            <label>"
+    "                <input type='checkbox' class='cb-only-merge-commits' />"
+    "                <span>Only merge commits</span>"
+    "            </label>"
+    "        </div>"
+    "    </div>"
+    "    <br /><br />"
+    "    <div class='row'>"
+    "        <div class='column'>"
+    "            <label>"
+    "                Date since: <br />"
+    "                <input type='text' class='txt-date-after' placeholder='ex. '1 week ago'' />"
+    "            </label>"
+    "        </div>"
+    "        <div class='column'>"
+    "            <label>"
+    "                Date until: <br />"
+    "                <input type='text' class='txt-date-before' placeholder='ex. 'yesterday'' />"
+    "            </label>"
+    "        </div>"
+    "    </div>"
+    "    <br /><br />"
+    "    <div class='row'>"
+    "        <div class='column'>"
+    "            <label>"
+    "                Author:"
+    "            </label>"
+    "            <div class='container'>"
+    "                <input type='text' class='filter-author' placeholder='Author regex' />"
+    "            </div>"
+    "            <a href='javascript: void(0);' class='btn-add-author button fa fa-plus'></a>"
+    "        </div>"
+    "        <div class='column'>"
+    "            <label>"
+    "                Committer:"
+    "            </label>"
+    "            <div class='container'>"
+    "                <input type='text' class='filter-committer' placeholder='Committer regex' />"
+    "            </div>"
+    "            <a href='javascript: void(0);' class='btn-add-committer button fa fa-plus'></a>"
+    "        </div>"
+    "    </div>"
+    "    <br /><br />"
+    "    <div class='row'>"
+    "        <div class='column'>"
+    "            <label>"
+    "                Including files (case sensitive):"
+    "            </label>"
+    "            <div class='container'>"
+    "                <input type='text' class='filter-filename' placeholder='Filename regex' />"
+    "            </div>"
+    "            <a href='javascript: void(0);' class='btn-add-filename button fa fa-plus'></a>"
+    "        </div>"
+    "        <div class='column'>"
+    "            <label>"
+    "                Containing string:"
+    "            </label>"
+    "            <div class='container'>"
+    "                <input type='text' class='filter-string' placeholder='String regex' />"
+    "            </div>"
+    "        </div>"
+    "    </div>"
+    "    <br /><br />"
+    "    <button type='submit' class='btn-apply-filters'>"
+    "        Apply filters"
+    "    </button>"
+    "    <button type='reset' class='btn-reset-filters'>"
+    "        Reset filters"
+    "    </button></form>";
+
+}  // namespace
+
+const std::string& getAdvancedFiltersHTML() {
+  static const std::string html(kAdvancedFiltersHTML, sizeof kAdvancedFiltersHTML - 1);
+  return html;
+}
+
+}  // namespace tarnwick

@@ -1,0 +1,21 @@
+#include "merge_conflicts_reference.h"
+
+#include <regex>
+
+namespace reference {
+
+std::string styleMergeConflicts(const std::string& text) {
+  const auto flags = std::regex::ECMAScript | std::regex::optimize;
+  static const std::regex amp("&", flags);
+  static const std::regex lt("<", flags);
+  static const std::regex gt(">", flags);
+  static const std::regex escapedOpen("&lt;&lt;&lt;&lt;&lt;&lt;&lt;", flags);
+  static const std::regex escapedClose("&gt;&gt;&gt;&gt;&gt;&gt;&gt;", flags);
+  std::string out = std::regex_replace(text, amp, "&amp;");
+  out = std::regex_replace(out, lt, "&lt;");
+  out = std::regex_replace(out, gt, "&gt;");
+  out = std::regex_replace(out, escapedOpen, "<<<<<<<");
+  return std::regex_replace(out, escapedClose, ">>>>>>>");
+}
+
+}  // namespace reference
