@@ -1,0 +1,20 @@
+// The add-on's exports: eight synchronous methods under their short names. Strings are read by
+// the script's own string conversion (a missing argument reads as "undefined"); results are cut
+// at their first zero character.
+
+/** Colours a unified diff as HTML: added/removed lines, hunk headers with action links, colour swatches. */
+export function cd(diffText: string, showColorPreviews: boolean, markAddedRemoved: boolean): string;
+/** Escapes "&", "<" and ">" of a file with merge-conflict markers, keeping the seven-character markers raw. */
+export function smc(text: string): string;
+/** Stages one hunk: applies the patch to the index with git apply; false when git's output shows an error. */
+export function grsh(patchText: string, repoPath: string): boolean;
+/** Unstages one hunk: applies the patch in reverse to the index; false when git's output shows an error. */
+export function gruh(patchText: string, repoPath: string): boolean;
+/** Discards one hunk: applies the patch in reverse to the working tree; false when git's output shows an error. */
+export function grdh(patchText: string, repoPath: string): boolean;
+/** Returns the fixed markup of the history view's advanced filter form. */
+export function gafh(): string;
+/** Returns the option elements of the commits that touched a file, followed across renames, newest first. */
+export function mtgcld(filePath: string, repoPath: string, selectedHash: string): string;
+/** Returns the blame-annotated code view of a file as in HEAD; contentText (null for git's own lines) replaces the shown lines. */
+export function mtgch(filePath: string, repoPath: string, baseColor: string, contentText?: string | null): string;
