@@ -1,5 +1,6 @@
 #include "diff/color_diff_chunk.h"
 
+#include <cstdint>
 #include <cstring>
 
 namespace tarnwick {
@@ -36,6 +37,28 @@ inline bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
 inline bool isHex(char c) { return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
+inline void appendRange(std::string& out, const char* begin, const char* end) {
+  out.append(begin, static_cast<std::size_t>(end - begin));
+}
+
+// Returns whether the eight bytes of `word` hold a byte equal to every byte of `pattern`'s.
+inline bool holdsByte(std::uint64_t word, std::uint64_t pattern) {
+  const std::uint64_t v = word ^ pattern;
+  return ((v - 0x0101010101010101ull) & ~v & 0x8080808080808080ull) != 0;
+}
+
+// Returns the first "#" or "r" in [p, end), or `end`; eight bytes at a time where neither occurs.
+const char* findColorStart(const char* p, const char* const end) {
+  while (end - p >= 8) {
+    std::uint64_t word;
+    std::memcpy(&word, p, 8);
+    if (holdsByte(word, 0x2323232323232323ull) || holdsByte(word, 0x7272727272727272ull)) break;
+    p += 8;
+  }
+  while (p < end && *p != '#' && *p != 'r') ++p;
+  return p;
+}
+
 // Returns whether [begin, end) holds the missing-newline note.
 bool holdsNote(const char* begin, const char* end) {
   while (static_cast<std::size_t>(end - begin) >= kNote.size) {
@@ -66,18 +89,18 @@ void markLines(std::string& out, const char* p, const char* const end, bool mark
     if (note) append(out, kNoteOpen);
     if (added || removed) {
       append(out, added ? kAddedOpen : kRemovedOpen);
-      out.append(p + 1, contentEnd);
+      appendRange(out, p + 1, contentEnd);
       append(out, kDivClose);
     } else if (header) {
       append(out, kHeaderOpen);
-      out.append(p, contentEnd);
+      appendRange(out, p, contentEnd);
       append(out, kHeaderTools);
     } else {
-      out.append(p, contentEnd);
+      appendRange(out, p, contentEnd);
     }
     if (note) append(out, kNoteClose);
     if (header) out.push_back('\n');
-    out.append(contentEnd, lineEnd);
+    appendRange(out, contentEnd, lineEnd);
     if (lineEnd == end) return;
     out.push_back('\n');
     p = lineEnd + 1;
@@ -140,7 +163,9 @@ std::size_t hexLength(const char* const p, const char* const end) {
 // swatch markup can neither start nor extend a code, so one left-to-right scan finds both kinds.
 void addSwatches(std::string& out, const char* p, const char* const end) {
   const char* copied = p;
-  while (p < end) {
+  for (;;) {
+    p = findColorStart(p, end);
+    if (p == end) break;
     const char c = *p;
     std::size_t length = 0;
     if (c == '#') {
@@ -152,7 +177,7 @@ void addSwatches(std::string& out, const char* p, const char* const end) {
       ++p;
       continue;
     }
-    out.append(copied, p);
+    appendRange(out, copied, p);
     append(out, kSwatchOpen);
     out.append(p, length);
     append(out, kSwatchClose);
@@ -160,7 +185,7 @@ void addSwatches(std::string& out, const char* p, const char* const end) {
     p += length;
     copied = p;
   }
-  out.append(copied, end);
+  appendRange(out, copied, end);
 }
 
 }  // namespace
