@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "diff/color_diff.h"
 #include "diff/merge_conflicts.h"
 #include "filters/advanced_filters.h"
 
@@ -47,6 +48,20 @@ void guarded(Body body) {
   }
 }
 
+bool booleanArgument(const Info& info, int index) {
+  return argument(info, index)->BooleanValue(info.GetIsolate());
+}
+
+void colorDiff(const Info& info) {
+  if (info.Length() < 3) return;
+  guarded([&] {
+    const std::string text = stringArgument(info, 0);
+    const bool showColorPreviews = booleanArgument(info, 1);
+    const bool markAddedRemoved = booleanArgument(info, 2);
+    returnString(info, tarnwick::colorDiff(text, showColorPreviews, markAddedRemoved));
+  });
+}
+
 void styleMergeConflicts(const Info& info) {
   guarded([&] {
     const std::string text = stringArgument(info, 0);
@@ -65,6 +80,7 @@ struct Method {
 
 // The script's names, in the order in which they appear on the exports object.
 const Method kMethods[] = {
+    {"cd", colorDiff},
     {"smc", styleMergeConflicts},
     {"gafh", getAdvancedFiltersHTML},
 };
