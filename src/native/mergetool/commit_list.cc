@@ -1,12 +1,11 @@
 #include "mergetool/commit_list.h"
 
-#include <cstdlib>
-#include <ctime>
 #include <vector>
 
 #include "command/exec.h"
 #include "command/shell_quote.h"
 #include "command/working_folder.h"
+#include "mergetool/author_date.h"
 #include "mergetool/commit_log_parser.h"
 #include "mergetool/html_escape.h"
 
@@ -20,17 +19,6 @@ void appendEscaped(std::string& out, const std::string& log, TextRange range) {
   appendEscapedHtml(out, log.data() + range.begin, range.end - range.begin);
 }
 
-// Appends the author date of `seconds` (decimal, hexadecimal with 0x or octal with 0, as strtoul
-// reads them; no leading digits read as 0) in local time, or nothing when it has no date.
-// The word always ends at whitespace or at the end of the text, where strtoul stops anyway.
-void appendDate(std::string& out, const char* seconds) {
-  const std::time_t time = static_cast<std::time_t>(std::strtoul(seconds, nullptr, 0));
-  const std::tm* local = std::localtime(&time);
-  if (local == nullptr) return;
-  char buffer[20];
-  out.append(buffer, std::strftime(buffer, sizeof buffer, "%d %b %Y", local));
-}
-
 bool equals(const std::string& log, TextRange range, const std::string& text) {
   return range.end - range.begin == text.size() && log.compare(range.begin, text.size(), text) == 0;
 }
@@ -39,8 +27,11 @@ bool equals(const std::string& log, TextRange range, const std::string& text) {
 
 std::string renderCommitOptions(const std::string& log, const std::string& filePath,
                                 const std::string& selectedHash) {
+  const std::vector<CommitRecord> records = parseCommitLog(log);
+  AuthorDateFormatter date;
   std::string out;
-  for (const CommitRecord& record : parseCommitLog(log)) {
+  out.reserve(records.size() * 256);  // an option of ordinary hashes, date and subject fits
+  for (const CommitRecord& record : records) {
     out += "<option data-dfp='";
     if (log[record.status.begin] == 'R') {
       appendEscapedHtml(out, filePath.data(), filePath.size());
@@ -56,7 +47,7 @@ std::string renderCommitOptions(const std::string& log, const std::string& fileP
     out += '>';
     appendEscaped(out, log, record.abbreviatedHash);
     out += ' ';
-    appendDate(out, log.c_str() + record.authorTime.begin);
+    date.append(out, log.data() + record.authorTime.begin, record.authorTime.end - record.authorTime.begin);
     out += ' ';
     TextRange subject = record.subject;
     const bool cut = subject.end - subject.begin > kSubjectLimit;

@@ -1,5 +1,7 @@
 #include "mergetool/commit_log_parser.h"
 
+#include <cstring>
+
 namespace tarnwick {
 
 namespace {
@@ -22,6 +24,12 @@ class RunEnd {
   std::size_t operator()(std::size_t from) {
     if (from < from_ || from > end_) {
       std::size_t end = from;
+      if (Member == isNotLineFeed) {
+        // Lines are the long runs: memchr finds their ends many bytes at a time.
+        const void* lineFeed = std::memchr(text_.data() + from, '\n', text_.size() - from);
+        end = lineFeed != nullptr ? static_cast<std::size_t>(static_cast<const char*>(lineFeed) - text_.data())
+                                  : text_.size();
+      }
       while (end < text_.size() && Member(text_[end])) ++end;
       from_ = from;
       end_ = end;

@@ -1,0 +1,26 @@
+#ifndef UTILS_MERGETOOL_AUTHOR_DATE_H
+#define UTILS_MERGETOOL_AUTHOR_DATE_H
+
+#include <cstddef>
+#include <string>
+
+namespace tarnwick {
+
+// Formats author times as the commit list shows them. Keeps the last calendar day it formatted,
+// since a log holds many commits of one day in a row.
+class AuthorDateFormatter {
+ public:
+  // Appends to `out` the date of the `length` bytes at `seconds` (followed by whitespace or the
+  // end of the text): read as strtoul reads them with base 0, taken as seconds since the epoch,
+  // turned into local time with localtime and formatted by strftime as "%d %b %Y" into 20
+  // bytes. Appends nothing when localtime gives no date or the text does not fit.
+  void append(std::string& out, const char* seconds, std::size_t length);
+
+ private:
+  int year_ = 0, month_ = 0, day_ = -1;  // the day of `text_`; day -1 when there is none
+  std::string text_;
+};
+
+}  // namespace tarnwick
+
+#endif
