@@ -12,6 +12,7 @@
 #include "command/shell_quote.h"
 #include "commit_log_reference.h"
 #include "mergetool/commit_log_parser.h"
+#include "mergetool/html_escape.h"
 #include "run_on_big_stack.h"
 
 namespace {
@@ -78,6 +79,24 @@ TEST(RenderCommitOptions, GoldenTable) {
     for (std::size_t at; (at = expected.find(path)) != std::string::npos;) expected.replace(at, path.size(), escapedPath);
     EXPECT_EQ(tarnwick::renderCommitOptions(row.log, path, row.selected), expected) << row.name;
     EXPECT_EQ(reference::renderCommitOptions(row.log, path, row.selected), expected) << row.name;
+  }
+}
+
+// Every length around the eight-byte steps, with the special bytes at every place.
+TEST(WriteEscapedHtml, MatchesPlainReplacement) {
+  std::mt19937 random(11);
+  const std::string alphabet = "a&<>'\"\xc3";
+  for (int round = 0; round < 20000; ++round) {
+    std::string text(random() % 40, 'a');
+    for (char& c : text) c = alphabet[random() % (random() % 2 ? 1 : alphabet.size())];
+    std::string expected;
+    for (char c : text) {
+      expected += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '\'' ? "&#39;"
+                : c == '"' ? "&quot;" : std::string(1, c);
+    }
+    std::string out(6 * text.size(), '\0');
+    out.resize(static_cast<std::size_t>(tarnwick::writeEscapedHtml(&out[0], text.data(), text.size()) - out.data()));
+    ASSERT_EQ(out, expected) << text;
   }
 }
 

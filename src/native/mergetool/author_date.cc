@@ -22,10 +22,14 @@ unsigned long readSeconds(const char* seconds, std::size_t length) {
 
 }  // namespace
 
-void AuthorDateFormatter::append(std::string& out, const char* seconds, std::size_t length) {
+const std::string& AuthorDateFormatter::format(const char* seconds, std::size_t length) {
   const std::time_t time = static_cast<std::time_t>(readSeconds(seconds, length));
   const std::tm* local = std::localtime(&time);
-  if (local == nullptr) return;
+  if (local == nullptr) {
+    day_ = -1;
+    text_.clear();
+    return text_;
+  }
   if (local->tm_mday != day_ || local->tm_mon != month_ || local->tm_year != year_) {
     char buffer[20];
     text_.assign(buffer, std::strftime(buffer, sizeof buffer, "%d %b %Y", local));
@@ -33,7 +37,7 @@ void AuthorDateFormatter::append(std::string& out, const char* seconds, std::siz
     month_ = local->tm_mon;
     day_ = local->tm_mday;
   }
-  out += text_;
+  return text_;
 }
 
 }  // namespace tarnwick

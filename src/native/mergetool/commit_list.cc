@@ -1,6 +1,8 @@
 #include "mergetool/commit_list.h"
 
-#include <vector>
+#include <algorithm>
+#include <cstring>
+#include <utility>
 
 #include "command/exec.h"
 #include "command/shell_quote.h"
@@ -15,48 +17,87 @@ namespace {
 
 constexpr std::size_t kSubjectLimit = 100;
 
-void appendEscaped(std::string& out, const std::string& log, TextRange range) {
-  appendEscapedHtml(out, log.data() + range.begin, range.end - range.begin);
-}
+std::size_t length(TextRange range) { return range.end - range.begin; }
+
+// Writes the result straight into the bytes of a string that grows ahead of it: an option's
+// size is known to within the six bytes an escaped byte can take.
+class OptionWriter {
+ public:
+  explicit OptionWriter(const std::string& log) : log_(log) {}
+
+  // Makes room for `bytes` more bytes.
+  void reserve(std::size_t bytes) {
+    if (out_.size() - used_ < bytes) out_.resize(std::max(out_.size() * 2, used_ + bytes));
+  }
+
+  template <std::size_t N>
+  void literal(const char (&text)[N]) {
+    std::memcpy(&out_[used_], text, N - 1);
+    used_ += N - 1;
+  }
+
+  void raw(const std::string& text) {
+    std::memcpy(&out_[used_], text.data(), text.size());
+    used_ += text.size();
+  }
+
+  void escaped(const char* text, std::size_t size) {
+    used_ = static_cast<std::size_t>(writeEscapedHtml(&out_[used_], text, size) - out_.data());
+  }
+
+  void escaped(TextRange range) { escaped(log_.data() + range.begin, length(range)); }
+
+  std::string finish() {
+    out_.resize(used_);
+    return std::move(out_);
+  }
+
+ private:
+  const std::string& log_;
+  std::string out_;
+  std::size_t used_ = 0;
+};
 
 bool equals(const std::string& log, TextRange range, const std::string& text) {
-  return range.end - range.begin == text.size() && log.compare(range.begin, text.size(), text) == 0;
+  return length(range) == text.size() && log.compare(range.begin, text.size(), text) == 0;
 }
 
 }  // namespace
 
 std::string renderCommitOptions(const std::string& log, const std::string& filePath,
                                 const std::string& selectedHash) {
-  const std::vector<CommitRecord> records = parseCommitLog(log);
-  AuthorDateFormatter date;
-  std::string out;
-  out.reserve(records.size() * 256);  // an option of ordinary hashes, date and subject fits
-  for (const CommitRecord& record : records) {
-    out += "<option data-dfp='";
-    if (log[record.status.begin] == 'R') {
-      appendEscapedHtml(out, filePath.data(), filePath.size());
+  AuthorDateFormatter dates;
+  OptionWriter out(log);
+  for (const CommitRecord& record : parseCommitLog(log)) {
+    const bool renamed = log[record.status.begin] == 'R';
+    const bool cut = length(record.subject) > kSubjectLimit;
+    const TextRange subject = {record.subject.begin, cut ? record.subject.begin + kSubjectLimit : record.subject.end};
+    const std::string& date = dates.format(log.data() + record.authorTime.begin, length(record.authorTime));
+    const std::size_t values = (renamed ? filePath.size() : length(record.path)) + length(record.fullHash) +
+                               2 * length(record.abbreviatedHash) + length(subject);
+    out.reserve(128 + date.size() + 6 * values);
+    out.literal("<option data-dfp='");
+    if (renamed) {
+      out.escaped(filePath.data(), filePath.size());
     } else {
-      appendEscaped(out, log, record.path);
+      out.escaped(record.path);
     }
-    out += "' data-dlcid='";
-    appendEscaped(out, log, record.fullHash);
-    out += "' value='";
-    appendEscaped(out, log, record.abbreviatedHash);
-    out += "' ";
-    if (equals(log, record.abbreviatedHash, selectedHash)) out += " selected ";
-    out += '>';
-    appendEscaped(out, log, record.abbreviatedHash);
-    out += ' ';
-    date.append(out, log.data() + record.authorTime.begin, record.authorTime.end - record.authorTime.begin);
-    out += ' ';
-    TextRange subject = record.subject;
-    const bool cut = subject.end - subject.begin > kSubjectLimit;
-    if (cut) subject.end = subject.begin + kSubjectLimit;
-    appendEscaped(out, log, subject);
-    if (cut) out += "...";
-    out += "</option>";
+    out.literal("' data-dlcid='");
+    out.escaped(record.fullHash);
+    out.literal("' value='");
+    out.escaped(record.abbreviatedHash);
+    out.literal("' ");
+    if (equals(log, record.abbreviatedHash, selectedHash)) out.literal(" selected ");
+    out.literal(">");
+    out.escaped(record.abbreviatedHash);
+    out.literal(" ");
+    out.escaped(date.data(), date.size());
+    out.literal(" ");
+    out.escaped(subject);
+    if (cut) out.literal("...");
+    out.literal("</option>");
   }
-  return out;
+  return out.finish();
 }
 
 std::string mergeToolGetCommitsListDropdown(const std::string& filePath, const std::string& repoPath,

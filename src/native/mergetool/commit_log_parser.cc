@@ -1,5 +1,6 @@
 #include "mergetool/commit_log_parser.h"
 
+#include <cstdint>
 #include <cstring>
 
 namespace tarnwick {
@@ -9,6 +10,21 @@ namespace {
 // The pattern's \s: space, tab, line feed, vertical tab, form feed, carriage return.
 bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 bool isWordByte(char c) { return !isSpace(c); }
+
+constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+
+// Returns whether any of the eight bytes at `text` is whitespace: a space, or a byte from tab to
+// carriage return (9 to 13). Each byte is compared on its low seven bits, so no carry crosses
+// into its neighbour, and bytes from 128 up are left out.
+bool hasSpaceByte(const char* text) {
+  std::uint64_t word;
+  std::memcpy(&word, text, sizeof word);
+  const std::uint64_t low = word & (kOnes * 127);
+  const std::uint64_t inTabToReturn = (kOnes * (127 + 14) - low) & ~word & (low + kOnes * (127 - 8));
+  const std::uint64_t space = word ^ (kOnes * ' ');
+  const std::uint64_t isSpaceByte = (space - kOnes) & ~space;
+  return ((inTabToReturn | isSpaceByte) & (kOnes * 128)) != 0;
+}
 bool isSpaceByte(char c) { return isSpace(c); }
 bool isNotLineFeed(char c) { return c != '\n'; }
 
@@ -29,6 +45,10 @@ class RunEnd {
         const void* lineFeed = std::memchr(text_.data() + from, '\n', text_.size() - from);
         end = lineFeed != nullptr ? static_cast<std::size_t>(static_cast<const char*>(lineFeed) - text_.data())
                                   : text_.size();
+      }
+      if (Member == isWordByte) {
+        // Hashes are long words: skip eight bytes at a time while none is whitespace.
+        while (text_.size() - end >= 8 && !hasSpaceByte(text_.data() + end)) end += 8;
       }
       while (end < text_.size() && Member(text_[end])) ++end;
       from_ = from;

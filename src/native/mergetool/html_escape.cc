@@ -43,15 +43,22 @@ bool hasSpecialByte(const char* text) {
 
 }  // namespace
 
-void appendEscapedHtml(std::string& out, const char* text, std::size_t length) {
+char* writeEscapedHtml(char* out, const char* text, std::size_t length) {
+  const char* const begin = text;
   const char* const end = text + length;
   while (true) {
     const char* plain = text;
     while (end - text >= 8 && !hasSpecialByte(text)) text += 8;
+    // The last few bytes: one look at the final eight, which may overlap bytes already passed.
+    if (text != end && end - text < 8 && end - begin >= 8 && !hasSpecialByte(end - 8)) text = end;
     while (text != end && !kSpecial[static_cast<unsigned char>(*text)]) ++text;
-    out.append(plain, static_cast<std::size_t>(text - plain));
-    if (text == end) return;
-    out += entity(*text++);
+    std::memcpy(out, plain, static_cast<std::size_t>(text - plain));
+    out += text - plain;
+    if (text == end) return out;
+    const char* replacement = entity(*text++);
+    const std::size_t size = std::strlen(replacement);
+    std::memcpy(out, replacement, size);
+    out += size;
   }
 }
 
