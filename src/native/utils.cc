@@ -12,6 +12,7 @@
 #include "diff/merge_conflicts.h"
 #include "filters/advanced_filters.h"
 #include "hunk/hunk_operation.h"
+#include "mergetool/commit_list.h"
 
 namespace {
 
@@ -183,6 +184,15 @@ void getAdvancedFiltersHTML(const Info& info) {
   guarded([&] { returnString(info, tarnwick::getAdvancedFiltersHTML()); });
 }
 
+void mergeToolGetCommitsListDropdown(const Info& info) {
+  guarded([&] {
+    const std::string filePath = stringArgument(info, 0);
+    const std::string repoPath = stringArgument(info, 1);
+    const std::string selectedHash = stringArgument(info, 2);
+    returnString(info, tarnwick::mergeToolGetCommitsListDropdown(filePath, repoPath, selectedHash));
+  });
+}
+
 struct Method {
   const char* name;
   v8::FunctionCallback callback;
@@ -196,6 +206,7 @@ const Method kMethods[] = {
     {"gruh", gitRepoUnstageHunk},
     {"grdh", gitRepoDiscardHunk},
     {"gafh", getAdvancedFiltersHTML},
+    {"mtgcld", mergeToolGetCommitsListDropdown},
 };
 
 void init(v8::Local<v8::Object> exports) {

@@ -1,0 +1,100 @@
+// Times the commit list options against their std::regex formulation on the same `git log`
+// output of a generated repository (over 100 KB), and reports how many times faster the
+// production parser is in the "speedup" counter of the paired run.
+#include <benchmark/benchmark.h>
+#include <stdlib.h>
+
+#include <chrono>
+#include <cstdio>
+#include <string>
+
+#include "command/exec.h"
+#include "command/shell_quote.h"
+#include "commit_log_reference.h"
+#include "mergetool/commit_list.h"
+
+namespace {
+
+const char kFile[] = "docs/guide.txt";
+
+// Returns a fast-import stream of `count` commits on one file, renamed now and then, with
+// subjects of every length up to 160 bytes, some holding HTML characters.
+std::string importStream(int count) {
+  std::string stream;
+  std::string path = "guide.txt";
+  for (int i = 1; i <= count; ++i) {
+    std::string subject = "Change " + std::to_string(i) + (i % 7 == 0 ? " <b>&'quoted'</b>" : "") + " ";
+    subject += std::string(static_cast<std::size_t>(i * 37 % 120), 'x');
+    const std::string content = "line " + std::to_string(i) + "\nshared line one\nshared line two\n";
+    const std::string time = std::to_string(1500000000 + i * 3600) + " +0000";
+    stream += "commit refs/heads/main\nauthor A <a@example.com> " + time + "\ncommitter C <c@example.com> " + time +
+              "\ndata " + std::to_string(subject.size()) + "\n" + subject + "\n";
+    if (i % 500 == 0 || i == count) {
+      const std::string renamed = i == count ? kFile : "guide-" + std::to_string(i) + ".txt";
+      stream += "R " + path + " " + renamed + "\n";
+      path = renamed;
+    }
+    stream += "M 100644 inline " + path + "\ndata " + std::to_string(content.size()) + "\n" + content + "\n";
+  }
+  return stream;
+}
+
+// Returns `git log --follow` output of a repository made once in a temporary folder.
+const std::string& logOutput() {
+  static const std::string log = [] {
+    char folder[] = "/tmp/utils-bench-log-XXXXXX";
+    const std::string repo = mkdtemp(folder);
+    const std::string cd = "cd " + tarnwick::quoteForShell(repo) + " && ";
+    tarnwick::exec((cd + "git init -q -b main").c_str());
+    FILE* import = popen((cd + "git fast-import --quiet").c_str(), "w");
+    const std::string stream = importStream(1500);
+    std::fwrite(stream.data(), 1, stream.size(), import);
+    pclose(import);
+    tarnwick::exec((cd + "git reset -q --hard").c_str());  // git log needs the path in the work tree
+    std::string out = tarnwick::exec(
+        (cd + "git log --follow --pretty=\"%h %H %at %s\" --name-status " + tarnwick::quoteForShell(kFile)).c_str());
+    tarnwick::exec(("rm -rf " + tarnwick::quoteForShell(repo)).c_str());
+    return out;
+  }();
+  return log;
+}
+
+void production(benchmark::State& state) {
+  const std::string& log = logOutput();
+  for (auto _ : state) benchmark::DoNotOptimize(tarnwick::renderCommitOptions(log, kFile, "0000000"));
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * log.size()));
+  state.counters["log_bytes"] = static_cast<double>(log.size());
+}
+
+void regex(benchmark::State& state) {
+  const std::string& log = logOutput();
+  for (auto _ : state) benchmark::DoNotOptimize(reference::renderCommitOptions(log, kFile, "0000000"));
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * log.size()));
+  state.counters["log_bytes"] = static_cast<double>(log.size());
+}
+
+// Runs both on the same output in each iteration; the iteration's time is the production one.
+void paired(benchmark::State& state) {
+  using Clock = std::chrono::steady_clock;
+  const std::string& log = logOutput();
+  double native = 0, regex = 0;
+  for (auto _ : state) {
+    const auto start = Clock::now();
+    benchmark::DoNotOptimize(tarnwick::renderCommitOptions(log, kFile, "0000000"));
+    const auto middle = Clock::now();
+    benchmark::DoNotOptimize(reference::renderCommitOptions(log, kFile, "0000000"));
+    const auto end = Clock::now();
+    const double seconds = std::chrono::duration<double>(middle - start).count();
+    native += seconds;
+    regex += std::chrono::duration<double>(end - middle).count();
+    state.SetIterationTime(seconds);
+  }
+  state.counters["speedup"] = native > 0 ? regex / native : 0;
+  state.counters["log_bytes"] = static_cast<double>(log.size());
+}
+
+BENCHMARK(production)->Name("CommitLog/native/git_log")->Unit(benchmark::kMillisecond);
+BENCHMARK(regex)->Name("CommitLog/std_regex/git_log")->Unit(benchmark::kMillisecond);
+BENCHMARK(paired)->Name("CommitLog/native_vs_std_regex")->Unit(benchmark::kMillisecond)->UseManualTime();
+
+}  // namespace
