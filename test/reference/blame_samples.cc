@@ -128,7 +128,7 @@ std::string makeHistoryBlame(const std::string& folder, const std::string& path,
     for (const std::string& line : file) content += line + (crlf ? "\r\n" : "\n");
     const std::string who = authors[random() % 4];
     const std::string when = std::to_string(1600000000 + c * 3600) + " +0000";
-    const std::string message = c == 0 ? "first" : "change " + std::to_string(c);
+    const std::string message = c == 0 ? "first" : "Change " + std::to_string(c) + ": rewrite a few lines";
     stream += "commit refs/heads/main\nmark :" + std::to_string(c + 1) + "\nauthor " + who + " " + when +
               "\ncommitter " + who + " " + when + "\ndata " + std::to_string(message.size()) + "\n" + message + "\n";
     if (c > 0) stream += "from :" + std::to_string(c) + "\n";
