@@ -93,6 +93,14 @@ TEST(BlameParser, LongLinesOnASmallStack) {
     reference::runOnBigStack([&] { expected = reference::parseBlame(text); });
     EXPECT_TRUE(actual == expected) << describe(actual) << describe(expected);
   }
+  // Too slow for the reference: the longest author wins, the whole crowded line.
+  std::string crowdedMore;
+  for (int i = 0; i < 50000; ++i) crowdedMore += "author-mail x ";
+  const std::string text = record("abc", "1 1", crowdedMore);
+  std::vector<tarnwick::BlameRecord> actual;
+  reference::runOnStackOf(64 * 1024, [&] { actual = tarnwick::parseBlame(text); });
+  ASSERT_EQ(actual.size(), 1u);
+  EXPECT_EQ(text.substr(actual[0].author.begin, actual[0].author.end - actual[0].author.begin), crowdedMore);
 }
 
 }  // namespace
