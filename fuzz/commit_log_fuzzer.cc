@@ -8,7 +8,7 @@
 #include "commit_log_reference.h"
 #include "mergetool/commit_list.h"
 #include "mergetool/commit_log_parser.h"
-#include "run_on_big_stack.h"
+#include "large_stack.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string input(reinterpret_cast<const char*>(data), size);

@@ -12,6 +12,7 @@
 #include "diff/merge_conflicts.h"
 #include "filters/advanced_filters.h"
 #include "hunk/hunk_operation.h"
+#include "mergetool/code_view.h"
 #include "mergetool/commit_list.h"
 
 namespace {
@@ -193,6 +194,24 @@ void mergeToolGetCommitsListDropdown(const Info& info) {
   });
 }
 
+// An optional string argument: null reads as the empty string, anything else (undefined
+// included) by the script's string conversion.
+std::string optionalStringArgument(const Info& info, int index) {
+  const v8::Local<v8::Value> value = argument(info, index);
+  if (value->IsNull()) return std::string();
+  return getStringFromV8(info.GetIsolate(), value);
+}
+
+void mergeToolGetCodeHTML(const Info& info) {
+  guarded([&] {
+    const std::string filePath = stringArgument(info, 0);
+    const std::string repoPath = stringArgument(info, 1);
+    const std::string baseColor = stringArgument(info, 2);
+    const std::string contentText = optionalStringArgument(info, 3);
+    returnString(info, tarnwick::mergeToolGetCodeHTML(filePath, repoPath, baseColor, contentText));
+  });
+}
+
 struct Method {
   const char* name;
   v8::FunctionCallback callback;
@@ -207,6 +226,7 @@ const Method kMethods[] = {
     {"grdh", gitRepoDiscardHunk},
     {"gafh", getAdvancedFiltersHTML},
     {"mtgcld", mergeToolGetCommitsListDropdown},
+    {"mtgch", mergeToolGetCodeHTML},
 };
 
 void init(v8::Local<v8::Object> exports) {

@@ -13,7 +13,7 @@
 #include "commit_log_reference.h"
 #include "mergetool/commit_log_parser.h"
 #include "mergetool/html_escape.h"
-#include "run_on_big_stack.h"
+#include "large_stack.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "commit_log_reference.h"
-#include "run_on_big_stack.h"
+#include "large_stack.h"
 
 namespace {
 

@@ -15,6 +15,9 @@ void runOnLargeStack(const std::function<void()>& body, std::size_t stackBytes =
 // code stays within a small one).
 void runOnStackOf(std::size_t stackBytes, const std::function<void()>& body);
 
+// Runs `body` on a thread with a 1 GB stack, for the longest lines the references are given.
+inline void runOnBigStack(const std::function<void()>& body) { runOnLargeStack(body, std::size_t(1) << 30); }
+
 }  // namespace reference
 
 #endif

@@ -1,0 +1,207 @@
+#include "mergetool/blame_parser.h"
+
+#include <cstring>
+
+using namespace std::string_view_literals;
+
+namespace tarnwick {
+
+namespace {
+
+constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+bool isIdChar(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); }
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+// Space, tab, line feed, vertical tab, form feed, carriage return.
+bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+}  // namespace
+
+bool operator==(const TextSpan& a, const TextSpan& b) { return a.begin == b.begin && a.end == b.end; }
+
+bool operator==(const BlameRecord& a, const BlameRecord& b) {
+  return a.begin == b.begin && a.end == b.end && a.commitId == b.commitId && a.finalLine == b.finalLine &&
+         a.author == b.author && a.authorTime == b.authorTime && a.line == b.line;
+}
+
+BlameScanner::BlameScanner(const std::string& blame)
+    : text_(blame.data()), size_(blame.size()), failedAuthor_(kNone) {}
+
+bool BlameScanner::startsWith(std::size_t at, std::string_view literal) const {
+  return at <= size_ && size_ - at >= literal.size() && std::memcmp(text_ + at, literal.data(), literal.size()) == 0;
+}
+
+// Returns the offset of the first line feed at or after `at`, or the text's size.
+std::size_t BlameScanner::lineEnd(std::size_t at) {
+  if (at >= lineFrom_ && at <= lineTo_) return lineTo_;
+  const void* found = std::memchr(text_ + at, '\n', size_ - at);
+  lineFrom_ = at;
+  lineTo_ = found != nullptr ? static_cast<std::size_t>(static_cast<const char*>(found) - text_) : size_;
+  return lineTo_;
+}
+
+// Returns the offset after "\n" or "\r\n" at `at`, or kNone.
+std::size_t BlameScanner::lineBreakAt(std::size_t at) const {
+  if (at < size_ && text_[at] == '\n') return at + 1;
+  if (at + 1 < size_ && text_[at] == '\r' && text_[at + 1] == '\n') return at + 2;
+  return kNone;
+}
+
+// Matches `keyword`, one whitespace character, a non-empty value and a line break at `at`;
+// returns the offset after the line break, or kNone. The value runs to the end of its line (a
+// CR before the line feed belongs to it); when the whitespace is a line feed the value is the
+// whole next line.
+std::size_t BlameScanner::matchField(std::size_t at, std::string_view keyword, TextSpan* value) {
+  if (!startsWith(at, keyword)) return kNone;
+  const std::size_t blank = at + keyword.size();
+  if (blank >= size_ || !isSpace(text_[blank])) return kNone;
+  const std::size_t begin = blank + 1;
+  if (begin >= size_ || text_[begin] == '\n') return kNone;
+  const std::size_t end = lineEnd(begin);
+  if (end >= size_) return kNone;
+  if (value != nullptr) *value = {begin, end};
+  return end + 1;
+}
+
+// Matches `keyword`, whitespace and a value whose line break may be missing, followed by the
+// field `next` and then by `rest` (called with the offset after the field `next`). The value is
+// the longest for which all of that matches: it may stop before a `next` inside its own line.
+// Every candidate end costs constant time: the values of `next` found in the same line all end
+// where that line ends, so `rest` runs for at most three distinct offsets.
+template <class Rest>
+bool BlameScanner::matchLooseField(std::size_t at, std::string_view keyword, std::string_view next,
+                                   TextSpan& value, Rest rest) {
+  if (!startsWith(at, keyword)) return false;
+  const std::size_t blank = at + keyword.size();
+  if (blank >= size_ || !isSpace(text_[blank])) return false;
+  const std::size_t begin = blank + 1;
+  if (begin >= size_ || text_[begin] == '\n') return false;
+  const std::size_t end = lineEnd(begin);
+  std::size_t failed[4];
+  std::size_t failedCount = 0;
+  for (std::size_t stop = end; stop > begin; --stop) {
+    std::size_t nextAt = stop;
+    if (nextAt < size_ && text_[nextAt] == '\r') ++nextAt;
+    if (nextAt < size_ && text_[nextAt] == '\n') ++nextAt;
+    if (nextAt >= size_ || text_[nextAt] != next[0]) continue;
+    // `rest` may have looked at other lines since; this one still ends at `end`.
+    lineFrom_ = begin;
+    lineTo_ = end;
+    const std::size_t after = matchField(nextAt, next, nullptr);
+    if (after == kNone) continue;
+    bool known = false;
+    for (std::size_t i = 0; i < failedCount && !known; ++i) known = failed[i] == after;
+    if (known) continue;
+    if (rest(after)) {
+      value = {begin, stop};
+      return true;
+    }
+    failed[failedCount++ % 4] = after;
+    if (failedCount > 4) failedCount = 4;
+  }
+  return false;
+}
+
+// Matches the committer fields, the summary, the optional boundary and previous lines, the file
+// name and the line itself at `at`.
+bool BlameScanner::matchFromCommitter(std::size_t at, BlameRecord& record) {
+  at = matchField(at, "committer"sv, nullptr);
+  if (at == kNone) return false;
+  at = matchField(at, "committer-mail"sv, nullptr);
+  if (at == kNone) return false;
+  at = matchField(at, "committer-time"sv, nullptr);
+  if (at == kNone) return false;
+  at = matchField(at, "committer-tz"sv, nullptr);
+  if (at == kNone) return false;
+  at = matchField(at, "summary"sv, nullptr);
+  if (at == kNone) return false;
+  // Leaving out a boundary or previous line that is there cannot help: "filename" must follow.
+  if (startsWith(at, "boundary"sv)) {
+    at = lineBreakAt(at + 8);
+    if (at == kNone) return false;
+  }
+  if (startsWith(at, "previous"sv)) {
+    at = matchField(at, "previous"sv, nullptr);
+    if (at == kNone) return false;
+  }
+  at = matchField(at, "filename"sv, nullptr);
+  if (at == kNone || at >= size_ || text_[at] == '\n') return false;
+  const std::size_t end = lineEnd(at);
+  if (end >= size_) return false;
+  record.line = {at, end};
+  record.end = end + 1;
+  return true;
+}
+
+bool BlameScanner::matchFromAuthor(std::size_t at, BlameRecord& record) {
+  if (at == failedAuthor_) return false;
+  const bool matched = matchLooseField(
+      at, "author"sv, "author-mail"sv, record.author, [&](std::size_t time) {
+        return matchLooseField(time, "author-time"sv, "author-tz"sv, record.authorTime,
+                               [&](std::size_t committer) { return matchFromCommitter(committer, record); });
+      });
+  if (!matched) failedAuthor_ = at;
+  return matched;
+}
+
+// Matches a record whose commit id is [start, idEnd): the id runs as far as id characters go,
+// since only whitespace may follow it.
+bool BlameScanner::matchAt(std::size_t start, std::size_t idEnd, BlameRecord& record) {
+  std::size_t at = idEnd;
+  if (at >= size_ || !isSpace(text_[at])) return false;
+  const std::size_t sourceLine = ++at;
+  while (at < size_ && isDigit(text_[at])) ++at;
+  if (at == sourceLine || at >= size_ || !isSpace(text_[at])) return false;
+  const std::size_t finalLine = ++at;
+  while (at < size_ && isDigit(text_[at])) ++at;
+  if (at == finalLine) return false;
+  const std::size_t finalEnd = at;
+  // With the line count first, then without it.
+  if (finalEnd + 1 < size_ && isSpace(text_[finalEnd]) && isDigit(text_[finalEnd + 1])) {
+    std::size_t countEnd = finalEnd + 1;
+    while (countEnd < size_ && isDigit(text_[countEnd])) ++countEnd;
+    const std::size_t author = lineBreakAt(countEnd);
+    if (author != kNone && matchFromAuthor(author, record)) {
+      record.begin = start;
+      record.commitId = {start, idEnd};
+      record.finalLine = {finalLine, finalEnd};
+      return true;
+    }
+  }
+  const std::size_t author = lineBreakAt(finalEnd);
+  if (author != kNone && matchFromAuthor(author, record)) {
+    record.begin = start;
+    record.commitId = {start, idEnd};
+    record.finalLine = {finalLine, finalEnd};
+    return true;
+  }
+  return false;
+}
+
+bool BlameScanner::next(BlameRecord& record) {
+  while (position_ < size_) {
+    std::size_t start = position_;
+    while (start < size_ && !isIdChar(text_[start])) ++start;
+    if (start >= size_) break;
+    std::size_t idEnd = start;
+    while (idEnd < size_ && isIdChar(text_[idEnd])) ++idEnd;
+    // A match starting inside this run of id characters would see the same text after it.
+    if (matchAt(start, idEnd, record)) {
+      position_ = record.end;
+      return true;
+    }
+    position_ = idEnd;
+  }
+  position_ = size_;
+  return false;
+}
+
+std::vector<BlameRecord> parseBlame(const std::string& blame) {
+  std::vector<BlameRecord> records;
+  BlameScanner scanner(blame);
+  BlameRecord record;
+  while (scanner.next(record)) records.push_back(record);
+  return records;
+}
+
+}  // namespace tarnwick

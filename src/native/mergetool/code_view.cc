@@ -1,0 +1,140 @@
+#include "mergetool/code_view.h"
+
+#include <charconv>
+#include <climits>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+#include "command/exec.h"
+#include "command/shell_quote.h"
+#include "command/working_folder.h"
+#include "mergetool/blame_parser.h"
+#include "mergetool/color_delta.h"
+
+namespace tarnwick {
+
+namespace {
+
+// Returns what strtoul with base 0 makes of a run of decimal digits: octal after a leading zero
+// (stopping at an 8 or 9), ULONG_MAX when the value does not fit.
+unsigned long readLineNumber(std::string_view digits) {
+  const unsigned long base = !digits.empty() && digits[0] == '0' ? 8 : 10;
+  unsigned long value = 0;
+  for (char c : digits) {
+    const unsigned long digit = static_cast<unsigned long>(c - '0');
+    if (digit >= base) break;
+    if (value > (ULONG_MAX - digit) / base) return ULONG_MAX;
+    value = value * base + digit;
+  }
+  return value;
+}
+
+// Returns the pieces of `text` between line feeds, as split does, without copying them.
+std::vector<std::string_view> contentLines(const std::string& text) {
+  std::vector<std::string_view> lines;
+  std::size_t start = 0;
+  for (;;) {
+    const void* found = std::memchr(text.data() + start, '\n', text.size() - start);
+    if (found == nullptr) break;
+    const std::size_t end = static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
+    lines.emplace_back(text.data() + start, end - start);
+    start = end + 1;
+  }
+  lines.emplace_back(text.data() + start, text.size() - start);
+  return lines;
+}
+
+// Returns the pixel width of the number column: 10 per digit of the piece count plus 5, in
+// 8-bit arithmetic, and at least 35.
+unsigned numberColumnWidth(std::size_t pieces) {
+  std::uint8_t digits = 0;
+  do {
+    ++digits;
+    pieces /= 10;
+  } while (pieces != 0);
+  const std::uint8_t width = static_cast<std::uint8_t>(10 * digits + 5);
+  return width > 35 ? width : 35;
+}
+
+}  // namespace
+
+std::string renderCodeView(const std::string& blame, const std::string& baseColor, const std::string& contentText) {
+  std::vector<std::string_view> lines;
+  unsigned width = 35;
+  if (!contentText.empty()) {
+    lines = contentLines(contentText);
+    width = numberColumnWidth(lines.size());
+  }
+  char widthText[8];
+  const std::string_view widthDecimal(widthText, static_cast<std::size_t>(
+                                                     std::to_chars(widthText, widthText + sizeof widthText, width).ptr -
+                                                     widthText));
+  const HexColor base = readHexColor(baseColor);
+
+  std::string out;
+  out.reserve(blame.size() + contentText.size() + 256);
+  BlameScanner scanner(blame);
+  BlameRecord record;
+  while (scanner.next(record)) {
+    const std::string_view id(blame.data() + record.commitId.begin, record.commitId.end - record.commitId.begin);
+    const unsigned long lineNumber = readLineNumber(
+        std::string_view(blame.data() + record.finalLine.begin, record.finalLine.end - record.finalLine.begin));
+    char numberText[24];
+    const std::string_view number(
+        numberText,
+        static_cast<std::size_t>(std::to_chars(numberText, numberText + sizeof numberText, lineNumber).ptr - numberText));
+
+    char colorText[6];
+    std::size_t colorLength = id.size() < 6 ? id.size() : 6;
+    std::memcpy(colorText, id.data(), colorLength);
+    if (static_cast<double>(hexColorDelta(readHexColor(std::string_view(colorText, colorLength)), base)) > 0.65) {
+      colorLength = colorLength < 4 ? colorLength : 4;
+      colorText[colorLength++] = 'f';
+      colorText[colorLength++] = 'f';
+    }
+    const std::string_view color(colorText, colorLength);
+
+    std::string_view content;
+    if (!contentText.empty()) {
+      if (lineNumber >= 1 && lineNumber <= lines.size()) content = lines[lineNumber - 1];
+    } else {
+      content = std::string_view(blame.data() + record.line.begin, record.line.end - record.line.begin);
+    }
+    if (content.empty()) content = "\n";
+
+    out += "<div class='line' data-color='";
+    out += color;
+    out += "' data-dlinenumber='";
+    out += number;
+    out += "' data-commitid='";
+    out += id;
+    out += "'><span class='line-number nohighlight' style='border-right: 1px solid #";
+    out += color;
+    out += "; background-color: #";
+    out += color;
+    out += "33; width: ";
+    out += widthDecimal;
+    out += "px;'>";
+    out += number;
+    out += "</span><span class='line-contents'>";
+    out += content;
+    out += "</span></div>";
+  }
+  return out;
+}
+
+std::string mergeToolGetCodeHTML(const std::string& filePath, const std::string& repoPath,
+                                 const std::string& baseColor, const std::string& contentText) {
+  std::string blame;
+  {
+    WorkingFolderSwitch folder(repoPath);
+    const std::string command = "git blame --line-porcelain HEAD " + quoteForShell(filePath);
+    blame = exec(command.c_str());
+    folder.restore();
+  }
+  return renderCodeView(blame, baseColor, contentText);
+}
+
+}  // namespace tarnwick

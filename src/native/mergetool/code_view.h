@@ -1,0 +1,22 @@
+#ifndef UTILS_MERGETOOL_CODE_VIEW_H
+#define UTILS_MERGETOOL_CODE_VIEW_H
+
+#include <string>
+
+namespace tarnwick {
+
+// Returns the code view of `git blame --line-porcelain` output: one element per blame record, in
+// order, carrying the line number, the commit id and a colour made from the id's first six
+// characters (blue set to ff when that colour is too close to `baseColor`). A line shows its
+// text from git, or, when `contentText` is not empty, line N of `contentText` (nothing past its
+// last line); an empty text shows as a line feed. Nothing is escaped.
+std::string renderCodeView(const std::string& blame, const std::string& baseColor, const std::string& contentText);
+
+// Returns the code view of `filePath` as recorded in HEAD of the repository at `repoPath`, or the
+// empty string when git prints nothing (not a repository, a file not in HEAD).
+std::string mergeToolGetCodeHTML(const std::string& filePath, const std::string& repoPath,
+                                 const std::string& baseColor, const std::string& contentText);
+
+}  // namespace tarnwick
+
+#endif

@@ -1,0 +1,115 @@
+#include "mergetool/code_view.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "blame_reference.h"
+#include "blame_samples.h"
+#include "mergetool/blame_parser.h"
+#include "large_stack.h"
+
+namespace {
+
+std::string record(const std::string& id, const std::string& numbers, const std::string& line) {
+  return id + " " + numbers + "\nauthor A\nauthor-mail <a@b.c>\nauthor-time 1600000000\nauthor-tz +0000\n" +
+         "committer C\ncommitter-mail <c@b.c>\ncommitter-time 1600000000\ncommitter-tz +0000\nsummary s\n" +
+         "filename f.txt\n" + line + "\n";
+}
+
+std::string element(const std::string& color, const std::string& n, const std::string& id, const std::string& width,
+                    const std::string& content) {
+  return "<div class='line' data-color='" + color + "' data-dlinenumber='" + n + "' data-commitid='" + id +
+         "'><span class='line-number nohighlight' style='border-right: 1px solid #" + color +
+         "; background-color: #" + color + "33; width: " + width + "px;'>" + n +
+         "</span><span class='line-contents'>" + content + "</span></div>";
+}
+
+TEST(RenderCodeView, GoldenTable) {
+  const std::string id1 = "e0e4f0aaaa", id2 = "1a2b3c", id3 = "595959", id4 = "5a5a5a";
+  struct Row {
+    const char* name;
+    std::string blame, base, content, expected;
+  };
+  std::string nines;
+  for (int i = 0; i < 999; ++i) nines += "l\n";
+  const Row table[] = {
+      {"git's lines, tab kept", record(id1, "1 1 2", "\tfirst") + record(id2, "2 2", "\t"), "ffffff", "",
+       element("e0e4ff", "1", id1, "35", "\tfirst") + element("1a2b3c", "2", id2, "35", "\t")},
+      {"threshold", record(id3, "1 1", "\ta") + record(id4, "2 2", "\tb"), "000000", "",
+       element("5959ff", "1", id3, "35", "\ta") + element("5a5a5a", "2", id4, "35", "\tb")},
+      {"changed colour not tested again", record("f0f0f0", "1 1", "\ta") + record("000000", "1 1", "\tb"), "ffffff",
+       "", element("f0f0ff", "1", "f0f0f0", "35", "\ta") + element("000000", "1", "000000", "35", "\tb")},
+      {"content lines, empty and out of range", record(id2, "1 2", "\tx") + record(id2, "1 1", "\tx") +
+       record(id2, "1 9", "\tx") + record(id2, "1 0", "\tx"), "ffffff", "a<&b\n\n",
+       element("1a2b3c", "2", id2, "35", "\n") + element("1a2b3c", "1", id2, "35", "a<&b") +
+       element("1a2b3c", "9", id2, "35", "\n") + element("1a2b3c", "0", id2, "35", "\n")},
+      {"1000 pieces", record(id2, "1 1", "\tx"), "ffffff", nines, element("1a2b3c", "1", id2, "45", "l")},
+      {"999 pieces", record(id2, "1 1", "\tx"), "ffffff", nines.substr(0, nines.size() - 1),
+       element("1a2b3c", "1", id2, "35", "l")},
+      {"octal line number, short id", record("ab", "1 010", "\tx"), "ffffff", "",
+       element("ab", "8", "ab", "35", "\tx")},
+      {"empty author dropped", record(id2, "1 1", "\ta") + "abc 2 2\nauthor \n" + record(id2, "3 3", "\tc"), "ffffff",
+       "", element("1a2b3c", "1", id2, "35", "\ta") + element("1a2b3c", "3", id2, "35", "\tc")},
+      {"nothing", "", "ffffff", "x", ""},
+  };
+  for (const Row& row : table) {
+    EXPECT_EQ(tarnwick::renderCodeView(row.blame, row.base, row.content), row.expected) << row.name;
+    EXPECT_EQ(reference::renderCodeView(row.blame, row.base, row.content), row.expected) << row.name;
+  }
+}
+
+TEST(RenderCodeView, MatchesReferenceOnGeneratedText) {
+  const char* const bases[] = {"ffffff", "000000", "808080", "abc", " +f-0x1", ""};
+  const char* const contents[] = {"", "one\ntwo\n\nfour", "\n", "x"};
+  for (std::uint32_t seed = 1; seed <= 6000; ++seed) {
+    const std::string text = reference::makeAdversarialBlame(seed);
+    const std::string base = bases[seed % 6], content = contents[(seed / 6) % 4];
+    ASSERT_EQ(tarnwick::renderCodeView(text, base, content), reference::renderCodeView(text, base, content))
+        << "seed " << seed;
+  }
+}
+
+// Real output: boundary and previous lines, several authors, CR LF, a path with a space and
+// non-ASCII characters, with and without content, several base colours.
+TEST(RenderCodeView, MatchesReferenceOnRealBlame) {
+  struct Repo {
+    std::string path;
+    int lines, commits;
+    bool crlf;
+  };
+  const Repo repos[] = {{"src/plain.txt", 120, 12, false},
+                        {"dir with space/n\xc3\xa4me \xe4\xbb\xb6.txt", 60, 8, true},
+                        {"one.txt", 1, 1, false}};
+  for (const Repo& repo : repos) {
+    const std::string folder = reference::makeTempFolder();
+    ASSERT_FALSE(folder.empty());
+    const std::string blame = reference::makeHistoryBlame(folder, repo.path, repo.lines, repo.commits, repo.crlf, 77);
+    reference::removeFolder(folder);
+    ASSERT_NE(blame.find("filename "), std::string::npos) << repo.path;
+    if (repo.commits > 1) {
+      EXPECT_NE(blame.find("\nprevious "), std::string::npos);
+    }
+    EXPECT_NE(blame.find("\nboundary"), std::string::npos);
+    EXPECT_EQ(tarnwick::parseBlame(blame).size(), static_cast<std::size_t>(repo.lines));
+    std::string content;
+    for (int i = 0; i < repo.lines; ++i) content += "shown " + std::to_string(i) + "\n";
+    for (const char* base : {"ffffff", "000000", "3c7ab0"}) {
+      for (const std::string& text : {std::string(), content}) {
+        ASSERT_EQ(tarnwick::renderCodeView(blame, base, text), reference::renderCodeView(blame, base, text))
+            << repo.path << " " << base;
+      }
+    }
+  }
+}
+
+TEST(RenderCodeView, MegabyteLine) {
+  const std::string blame = record("abcdef1", "1 1 1", "\t" + std::string(1 << 20, 'z'));
+  std::string actual, expected;
+  reference::runOnStackOf(64 * 1024, [&] { actual = tarnwick::renderCodeView(blame, "ffffff", ""); });
+  reference::runOnBigStack([&] { expected = reference::renderCodeView(blame, "ffffff", ""); });
+  EXPECT_EQ(actual, expected);
+  EXPECT_GT(actual.size(), std::size_t(1) << 20);
+}
+
+}  // namespace
