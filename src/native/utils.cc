@@ -7,6 +7,7 @@
 
 #include "diff/merge_conflicts.h"
 #include "filters/advanced_filters.h"
+#include "hunk/hunk_operation.h"
 
 namespace {
 
@@ -54,6 +55,25 @@ void styleMergeConflicts(const Info& info) {
   });
 }
 
+// Reads the patch text and the repository folder, runs `operation` and sets its answer as the
+// call's result; an exception on the way (an allocation that fails) answers false.
+template <typename Operation>
+void hunkMethod(const Info& info, Operation operation) {
+  bool applied = false;
+  guarded([&] {
+    const std::string patchText = stringArgument(info, 0);
+    const std::string repoPath = stringArgument(info, 1);
+    applied = operation(patchText, repoPath);
+  });
+  info.GetReturnValue().Set(applied);
+}
+
+void gitRepoStageHunk(const Info& info) { hunkMethod(info, tarnwick::gitRepoStageHunk); }
+
+void gitRepoUnstageHunk(const Info& info) { hunkMethod(info, tarnwick::gitRepoUnstageHunk); }
+
+void gitRepoDiscardHunk(const Info& info) { hunkMethod(info, tarnwick::gitRepoDiscardHunk); }
+
 void getAdvancedFiltersHTML(const Info& info) {
   guarded([&] { returnString(info, tarnwick::getAdvancedFiltersHTML()); });
 }
@@ -66,6 +86,9 @@ struct Method {
 // The script's names, in the order in which they appear on the exports object.
 const Method kMethods[] = {
     {"smc", styleMergeConflicts},
+    {"grsh", gitRepoStageHunk},
+    {"gruh", gitRepoUnstageHunk},
+    {"grdh", gitRepoDiscardHunk},
     {"gafh", getAdvancedFiltersHTML},
 };
 
