@@ -1,153 +1,192 @@
 'use strict';
-// Staging, unstaging and discarding one hunk through the add-on, with real git and with a
-// stand-in git that shows exactly what was run.
+// Staging, unstaging and discarding one hunk through git apply: against real git in temporary
+// repositories, and against a stand-in git for the exact command lines and the output rule.
 const test = require('node:test');
 const assert = require('node:assert');
 const fs = require('fs');
 const path = require('path');
-
 const utils = require('../..');
-const { makeRepo, commit, git, tempDir, fakeGit } = require('./support/repo');
+const { tempDir, git, makeRepo, commit, fakeGit } = require('./support/repo');
 
 const PATCH_FILE = '.tarnwick_hunkpatch';
 
-// Returns the patches a client would send for each hunk of `git diff` of one file: the file
-// header followed by one hunk.
-function hunkPatches(diff) {
-  const at = diff.indexOf('\n@@') + 1;
-  const header = diff.slice(0, at);
-  return diff.slice(at).split(/^(?=@@)/m).map((hunk) => header + hunk);
+// Returns the process's current folder as the system sees it: process.cwd() answers from a cache
+// that a folder switch inside the add-on does not update.
+function currentFolder() {
+  return fs.realpathSync.native('.');
 }
 
-// Returns the hunks of `diff` without the file header, for comparing diffs of a file.
-function hunksOf(diff) {
-  return diff.slice(diff.indexOf('\n@@') + 1).split(/^(?=@@)/m);
+// Returns the file header and the hunks of a one-file diff, as a client cuts them.
+function cutDiff(diff) {
+  const lines = diff.split(/(?<=\n)/);
+  let first = lines.findIndex((line) => line.startsWith('@@'));
+  if (first < 0) first = lines.length;
+  const hunks = [];
+  for (const line of lines.slice(first)) {
+    if (line.startsWith('@@')) hunks.push('');
+    hunks[hunks.length - 1] += line;
+  }
+  return { header: lines.slice(0, first).join(''), hunks };
 }
 
-// Calls `method` and checks what every call must leave behind: no patch file, same folder.
-function call(method, patch, repo) {
-  const before = process.cwd();
-  const answer = utils[method](patch, repo);
-  assert.strictEqual(process.cwd(), before, 'the working folder is restored');
-  assert.ok(!fs.existsSync(path.join(repo, PATCH_FILE)), 'the patch file is removed');
+// Returns a patch holding the file header and hunk `index` of `diff`.
+function singleHunkPatch(diff, index) {
+  const { header, hunks } = cutDiff(diff);
+  return header + hunks[index];
+}
+
+// Calls `method` and checks what every call must leave behind: no patch file, the same folder.
+function call(method, patchText, repoPath) {
+  const before = currentFolder();
+  const answer = utils[method](patchText, repoPath);
+  assert.strictEqual(currentFolder(), before, `${method} left the process in another folder`);
+  assert.ok(!fs.existsSync(path.join(String(repoPath), PATCH_FILE)), `${method} left the patch file`);
   return answer;
 }
 
-const lines = (n, edit = () => null) => Array.from({ length: n }, (_, i) => edit(i) ?? `line ${i + 1}`);
+const lines = (count, edit = {}) => Array.from({ length: count }, (_, i) => `${edit[i] ?? `line ${i}`}\n`).join('');
 
-// A file of 40 lines with changes at lines 3, 20 and 37: three hunks in `git diff`.
-function repoWithThreeHunks(name, eol = '\n', finalNewline = true) {
-  const repo = makeRepo(name);
-  const join = (list) => list.join(eol) + (finalNewline ? eol : '');
-  commit(repo, { 'file.txt': join(lines(40)) }, 'base');
-  fs.writeFileSync(path.join(repo, 'file.txt'), join(lines(40, (i) => ([2, 19, 36].includes(i) ? `changed ${i + 1}` : null))));
-  return repo;
-}
+// Each case: the committed content, the changed content, the hunk to work on, and the content
+// that discarding that hunk leaves in the working tree.
+const cases = [
+  {
+    name: 'one hunk of three',
+    original: lines(40),
+    changed: lines(40, { 2: 'first', 20: 'second', 37: 'third' }),
+    hunk: 1,
+    discarded: lines(40, { 2: 'first', 37: 'third' }),
+  },
+  {
+    name: 'CR LF line ends',
+    original: lines(30).replace(/\n/g, '\r\n'),
+    changed: lines(30, { 1: 'one', 25: 'two' }).replace(/\n/g, '\r\n'),
+    hunk: 0,
+    discarded: lines(30, { 25: 'two' }).replace(/\n/g, '\r\n'),
+  },
+  {
+    name: 'no final newline',
+    original: 'alpha\nbeta\ngamma',
+    changed: 'alpha\nbeta\nGAMMA',
+    hunk: 0,
+    discarded: 'alpha\nbeta\ngamma',
+  },
+  {
+    name: 'whitespace-only change',
+    original: 'if (x) {\n  y();\n}\n',
+    changed: 'if (x) {\n\ty();\n}\n',
+    hunk: 0,
+    discarded: 'if (x) {\n  y();\n}\n',
+  },
+  {
+    name: 'non-ASCII content',
+    original: 'caf\u00e9\nna\u00efve\n\u20ac 1\n',
+    changed: 'caf\u00e9\nna\u00efve\n\u20ac 2 \u2713\n',
+    hunk: 0,
+    discarded: 'caf\u00e9\nna\u00efve\n\u20ac 1\n',
+  },
+];
 
-for (const [label, name, eol, finalNewline] of [
-  ['plain folder, LF', null, '\n', true],
-  ['CR LF line ends', null, '\r\n', true],
-  ['no final newline', null, '\n', false],
-  ['folder name with spaces and non-ASCII', 'mein Ordner ü 中', '\n', true],
-]) {
-  test(`stage, unstage and discard the middle hunk: ${label}`, () => {
-    const repo = repoWithThreeHunks(name, eol, finalNewline);
-    const diff = git(repo, ['diff', '--no-color', 'file.txt']);
-    const patches = hunkPatches(diff);
-    assert.strictEqual(patches.length, 3);
+test('stages, unstages and discards one hunk with real git', async (t) => {
+  for (const folderName of [undefined, 'my repo \u00e9t\u00e9 \u65e5\u672c']) {
+    for (const c of cases) {
+      await t.test(`${c.name}${folderName ? ` in "${folderName}"` : ''}`, () => {
+        const repo = makeRepo(folderName);
+        commit(repo, { 'file.txt': c.original }, 'base');
+        fs.writeFileSync(path.join(repo, 'file.txt'), c.changed);
+        const diff = git(repo, ['diff']);
+        const patch = singleHunkPatch(diff, c.hunk);
+        const otherHunks = cutDiff(diff).hunks.filter((_, i) => i !== c.hunk);
 
-    assert.strictEqual(call('grsh', patches[1], repo), true);
-    assert.deepStrictEqual(hunksOf(git(repo, ['diff', '--cached', '--no-color'])), [hunksOf(patches[1])[0]]);
+        assert.strictEqual(call('grsh', patch, repo), true);
+        assert.deepStrictEqual(cutDiff(git(repo, ['diff', '--cached'])).hunks, [cutDiff(patch).hunks[0]]);
+        assert.deepStrictEqual(cutDiff(git(repo, ['diff'])).hunks, otherHunks);
 
-    assert.strictEqual(call('gruh', patches[1], repo), true);
-    assert.strictEqual(git(repo, ['diff', '--cached']), '');
+        assert.strictEqual(call('gruh', patch, repo), true);
+        assert.strictEqual(git(repo, ['diff', '--cached']), '');
 
-    assert.strictEqual(call('grdh', patches[1], repo), true);
-    const left = git(repo, ['diff', '--no-color', 'file.txt']);
-    assert.deepStrictEqual(hunksOf(left), [hunksOf(patches[0])[0], hunksOf(patches[2])[0]]);
-  });
-}
-
-test('a whitespace-only change is staged', () => {
-  const repo = makeRepo();
-  commit(repo, { 'a.txt': 'one\ntwo\nthree\n' }, 'base');
-  fs.writeFileSync(path.join(repo, 'a.txt'), 'one\n    two\nthree\n');
-  const patch = git(repo, ['diff', '--no-color']);
-  assert.strictEqual(call('grsh', patch, repo), true);
-  assert.strictEqual(git(repo, ['show', ':a.txt']), 'one\n    two\nthree\n');
-});
-
-test('a hunk that git refuses on standard error alone changes nothing and still answers true', () => {
-  const repo = repoWithThreeHunks();
-  const [patch] = hunkPatches(git(repo, ['diff', '--no-color']));
-  assert.strictEqual(call('grsh', patch.replace('-line 3', '-line x'), repo), true);
-  assert.strictEqual(git(repo, ['diff', '--cached']), '');
-});
-
-test('the three command lines, run in the repository folder on the bare patch file', () => {
-  const repo = makeRepo();
-  const fake = fakeGit('');
-  try {
-    for (const method of ['grsh', 'gruh', 'grdh']) assert.strictEqual(call(method, 'patch text', repo), true);
-    assert.deepStrictEqual(fake.calls(), [
-      { cwd: repo, args: ['apply', '--ignore-space-change', '--ignore-whitespace', '--whitespace=fix', '--cached', PATCH_FILE] },
-      { cwd: repo, args: ['apply', '-R', '--ignore-space-change', '--ignore-whitespace', '--whitespace=fix', '--cached', PATCH_FILE] },
-      { cwd: repo, args: ['apply', '-R', '--ignore-space-change', '--ignore-whitespace', '--whitespace=fix', PATCH_FILE] },
-    ]);
-  } finally {
-    fake.restore();
-  }
-});
-
-test('only git\'s standard output decides the answer', () => {
-  const table = [
-    ['', true],
-    ['error', false],
-    ['error\n', true],
-    ['error: patch failed', false],
-    ['Checking patch a.txt...\nerror: while searching for:\n', false],
-    ['Error: something', true],
-    ['errors: none', true],
-    ['warning: 1 line adds whitespace errors.\n', true],
-  ];
-  const repo = makeRepo();
-  for (const [stdout, expected] of table) {
-    const fake = fakeGit(stdout);
-    try {
-      assert.strictEqual(call('grsh', 'p', repo), expected, JSON.stringify(stdout));
-    } finally {
-      fake.restore();
+        assert.strictEqual(call('grdh', patch, repo), true);
+        assert.strictEqual(fs.readFileSync(path.join(repo, 'file.txt'), 'utf8'), c.discarded);
+        assert.deepStrictEqual(cutDiff(git(repo, ['diff'])).hunks, otherHunks);
+      });
     }
   }
 });
 
-test('an existing patch file is replaced by the patch and then removed', () => {
+test('a hunk that does not apply leaves index and working tree as they were', () => {
   const repo = makeRepo();
-  fs.writeFileSync(path.join(repo, PATCH_FILE), 'old content that is longer than the patch');
-  const dir = tempDir();
-  // The stand-in copies the patch file it is given, so the test sees what git would read.
-  const fake = fakeGit('');
-  fs.writeFileSync(path.join(path.dirname(fake.script), 'git'),
-    `#!/bin/sh\nfor a in "$@"; do last="$a"; done\ncp "$last" '${dir}/seen'\n`, { mode: 0o755 });
-  try {
-    assert.strictEqual(call('grdh', 'new patch\0with a zero byte', repo), true);
-  } finally {
-    fake.restore();
-  }
-  assert.strictEqual(fs.readFileSync(path.join(dir, 'seen'), 'latin1'), 'new patch\0with a zero byte');
+  commit(repo, { 'file.txt': lines(10) }, 'base');
+  fs.writeFileSync(path.join(repo, 'file.txt'), lines(10, { 4: 'changed' }));
+  const patch = singleHunkPatch(git(repo, ['diff']), 0);
+  // Unstaging a hunk that is not staged fails; git reports it on standard error only, so the
+  // answer stays true, but nothing changes.
+  assert.strictEqual(call('gruh', patch, repo), true);
+  assert.strictEqual(git(repo, ['diff', '--cached']), '');
+  assert.strictEqual(fs.readFileSync(path.join(repo, 'file.txt'), 'utf8'), lines(10, { 4: 'changed' }));
 });
 
-test('a missing repository folder or missing arguments answer without throwing', () => {
-  const missing = path.join(tempDir(), 'gone');
-  const fake = fakeGit('');
+const COMMANDS = {
+  grsh: ['apply', '--ignore-space-change', '--ignore-whitespace', '--whitespace=fix', '--cached', PATCH_FILE],
+  gruh: ['apply', '-R', '--ignore-space-change', '--ignore-whitespace', '--whitespace=fix', '--cached', PATCH_FILE],
+  grdh: ['apply', '-R', '--ignore-space-change', '--ignore-whitespace', '--whitespace=fix', PATCH_FILE],
+};
+
+// Git's standard output and the answer it gives.
+const OUTPUTS = [
+  ['', true],
+  ['error', false],
+  ['error\n', true],
+  [' error', true],
+  ['error: patch failed: file.txt:3\n', false],
+  ['Checking patch file.txt...\nerror: while searching for:\n', false],
+  ['warning: 1 line adds whitespace errors.\nerror: ', false],
+  ['Error: something\n', true],
+  ['ERROR: something\n', true],
+  ['errors: none\n', true],
+  ['error:no space\n', true],
+  ['fatal: not a git repository\n', true],
+];
+
+test('runs the exact git apply command inside the repository and reads its output', async (t) => {
+  const repo = makeRepo('repo with space \u00e9');
+  const patch = 'patch body \u00e9\r\nwith "quotes" and $(no expansion)\n\0after zero\n';
+  for (const [output, expected] of OUTPUTS) {
+    await t.test(JSON.stringify(output), () => {
+      const fake = fakeGit(output, { captureLastArgument: true });
+      try {
+        for (const method of Object.keys(COMMANDS)) {
+          fs.writeFileSync(path.join(repo, PATCH_FILE), 'an older file of the same name, longer than the patch '.repeat(4));
+          assert.strictEqual(call(method, patch, repo), expected, method);
+        }
+        const calls = fake.calls();
+        assert.deepStrictEqual(calls.map((c) => c.args), Object.values(COMMANDS));
+        for (const c of calls) {
+          assert.strictEqual(c.cwd, repo);
+          assert.deepStrictEqual(c.seen, Buffer.from(patch));
+        }
+      } finally {
+        fake.restore();
+      }
+    });
+  }
+});
+
+test('a repository folder that cannot be entered answers without throwing', () => {
+  const elsewhere = tempDir();
+  const saved = process.cwd();
+  process.chdir(elsewhere);
+  const fake = fakeGit('', { captureLastArgument: true });
   try {
-    assert.strictEqual(call('grsh', 'p', missing), true);
-    // Git then runs in the folder that was current.
-    assert.strictEqual(fake.calls()[0].cwd, process.cwd());
-    const before = process.cwd();
-    assert.strictEqual(typeof utils.gruh(), 'boolean');
-    assert.strictEqual(process.cwd(), before);
+    const missing = path.join(elsewhere, 'missing');
+    for (const method of Object.keys(COMMANDS)) assert.strictEqual(call(method, 'patch', missing), true);
+    // Git ran where the process was, and found no patch file there.
+    for (const c of fake.calls()) {
+      assert.strictEqual(c.cwd, elsewhere);
+      assert.strictEqual(c.seen, null);
+    }
+    assert.strictEqual(fake.calls().length, 3);
+    assert.deepStrictEqual(fs.readdirSync(elsewhere), []);
   } finally {
     fake.restore();
+    process.chdir(saved);
   }
 });

@@ -64,26 +64,34 @@ function commit(repo, files, message, date = 1600000000) {
 }
 
 // Installs a stand-in `git` first on PATH: a shell script that appends its arguments and working
-// folder to a log and prints `stdout` (bytes or string). Returns { script, calls(), restore() }.
-function fakeGit(stdout) {
+// folder to a log and prints `stdout` (bytes or string). With `captureLastArgument`, it also keeps
+// a copy of the file its last argument names, as the file was when git ran. Returns
+// { calls(), restore() }.
+function fakeGit(stdout, { captureLastArgument = false } = {}) {
   const dir = tempDir('utils-fake-git-');
   const output = path.join(dir, 'stdout');
   const logFile = path.join(dir, 'calls.log');
   fs.writeFileSync(output, stdout);
+  const capture = captureLastArgument
+    ? `n=$(($(cat '${logFile}' 2>/dev/null | wc -l) / 2))\nfor last in "$@"; do :; done\nif [ -f "$last" ]; then cp "$last" '${dir}/seen.'$n; fi\n`
+    : '';
   fs.writeFileSync(path.join(dir, 'git'),
-    `#!/bin/sh\nprintf '%s\\n' "$PWD" >> '${logFile}'\nfor a in "$@"; do printf '[%s]' "$a" >> '${logFile}'; done\nprintf '\\n' >> '${logFile}'\ncat '${output}'\n`,
+    `#!/bin/sh\n${capture}printf '%s\\n' "$PWD" >> '${logFile}'\nfor a in "$@"; do printf '[%s]' "$a" >> '${logFile}'; done\nprintf '\\n' >> '${logFile}'\ncat '${output}'\n`,
     { mode: 0o755 });
   const savedPath = process.env.PATH;
   process.env.PATH = `${dir}${path.delimiter}${savedPath}`;
   return {
-    script: path.join(dir, 'git'),
-    // Returns the calls as [{ cwd, args }] in the order they were made.
+    // Returns the calls as [{ cwd, args }] in the order they were made, with `seen`, the captured
+    // file's content (a Buffer, or null when there was none), when the stand-in captures.
     calls() {
       if (!fs.existsSync(logFile)) return [];
       const lines = fs.readFileSync(logFile, 'utf8').split('\n');
       const calls = [];
       for (let i = 0; i + 1 < lines.length; i += 2) {
-        calls.push({ cwd: lines[i], args: [...lines[i + 1].matchAll(/\[([^\]]*)\]/g)].map((m) => m[1]) });
+        const seenFile = path.join(dir, `seen.${i / 2}`);
+        const call = { cwd: lines[i], args: [...lines[i + 1].matchAll(/\[([^\]]*)\]/g)].map((m) => m[1]) };
+        if (captureLastArgument) call.seen = fs.existsSync(seenFile) ? fs.readFileSync(seenFile) : null;
+        calls.push(call);
       }
       return calls;
     },
