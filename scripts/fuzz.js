@@ -9,7 +9,7 @@
 const fs = require('fs');
 const os = require('os');
 const path = require('path');
-const { spawnSync, execFileSync } = require('child_process');
+const { spawnSync } = require('child_process');
 
 const root = path.join(__dirname, '..');
 const buildDir = path.join(root, 'build-fuzz');
@@ -54,8 +54,9 @@ function findTargets(wanted) {
 // ---------------------------------------------------------------------------------------------
 // Real git output to seed the corpora with.
 
-function git(cwd, args, env = {}) {
-  return execFileSync('git', args, {
+// Returns git's standard output; `tolerate` accepts a non-zero exit (a merge that conflicts).
+function git(cwd, args, env = {}, tolerate = false) {
+  const result = spawnSync('git', args, {
     cwd,
     env: {
       ...process.env,
@@ -69,6 +70,8 @@ function git(cwd, args, env = {}) {
     stdio: ['ignore', 'pipe', 'ignore'],
     maxBuffer: 256 * 1024 * 1024,
   });
+  if (result.error || (result.status !== 0 && !tolerate)) fail(`git ${args.join(' ')} failed in ${cwd}`);
+  return result.stdout;
 }
 
 // Returns { diffs, logs, blames, conflicts }: Buffers of git output from a small history that
@@ -121,7 +124,7 @@ function gitOutputs() {
 
     const conflicts = [];
     for (const style of ['merge', 'diff3']) {
-      git(repo, ['-c', `merge.conflictStyle=${style}`, 'merge', '-q', 'side']);
+      git(repo, ['-c', `merge.conflictStyle=${style}`, 'merge', '-q', 'side'], {}, true);
       for (const file of ['renamed.c', 'styles.css']) conflicts.push(fs.readFileSync(path.join(repo, file)));
       git(repo, ['merge', '--abort']);
     }
@@ -132,7 +135,7 @@ function gitOutputs() {
     const diffs = [
       git(repo, ['log', '-p', '--format=commit %H%n%s', '--reverse']),
       git(repo, ['diff', 'HEAD~3', 'HEAD']),
-      git(repo, ['show', 'HEAD~1', '--format=']),
+      git(repo, ['show', 'HEAD~2', '--format=']),
       git(repo, ['diff', 'HEAD~1', 'HEAD']),
       git(repo, ['diff', '-U0', 'HEAD~5', 'HEAD~4']),
     ];
@@ -159,12 +162,14 @@ function fit(buffer, limit) {
 // gets every kind of git output as it stands.
 const TARGETS = {
   color_diff_fuzzer: {
-    maxLen: 20000,
+    // Above the 10000-byte slice, so cuts get fuzzed; most seeds stay short, as long ones run slowly.
+    maxLen: 12000,
     // Byte 0: bit 0 showColorPreviews, bit 1 markAddedRemoved; then the diff text.
-    seeds: (out) => out.diffs.flatMap((diff) => [0, 1, 2, 3].map((flags) => Buffer.concat([Buffer.from([flags]), diff]))),
+    seeds: (out) => [...out.diffs.map((diff) => fit(diff, 4096)), fit(out.diffs[0], 11000)]
+      .flatMap((diff) => [0, 1, 2, 3].map((flags) => Buffer.concat([Buffer.from([flags]), diff]))),
   },
   merge_conflicts_fuzzer: {
-    maxLen: 8192,
+    maxLen: 4096,
     seeds: (out) => out.conflicts,
   },
   commit_log_fuzzer: {
