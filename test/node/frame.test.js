@@ -56,3 +56,26 @@ test('gafh returns the same form whatever it is given', () => {
   assert.strictEqual(form.length, 2469);
   assert.strictEqual(utils.gafh(1, null, {}, 'x'), form);
 });
+
+// What the host itself makes of a script string sent out as UTF-8 and back: a lone surrogate,
+// written as three bytes that are not well-formed, returns as three replacement characters.
+function hostRoundTrip(text) {
+  return text.replace(/[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/g, '\ufffd\ufffd\ufffd');
+}
+
+test('generated text, short and past the size handed over in place, returns as the host would return it', () => {
+  let seed = 5;
+  const next = (n) => { seed = (seed * 1103515245 + 12345) % 2147483648; return seed % n; };
+  const pieces = ['a', 'plain text ', 'é', 'ÿ', '€', '中', '😀', '\ud800', '\udc00', '\u0080', '\n'];
+  for (let round = 0; round < 2000; round += 1) {
+    let text = '';
+    for (let i = next(30); i > 0; i -= 1) text += next(3) === 0 ? String.fromCharCode(next(0x10000)) : pieces[next(pieces.length)];
+    text = text.replace(/[&<>\0]/g, '_');
+    assert.strictEqual(utils.smc(text), hostRoundTrip(text), `round ${round}`);
+  }
+  for (const unit of ['x', 'ÿ', '€', '😀', 'a\ud800']) {
+    const big = `${unit}${'0123456789abcdef'.repeat(40000)}${unit}`;
+    assert.strictEqual(utils.smc(big), hostRoundTrip(big));
+    assert.strictEqual(utils.smc(big + '\0tail'), hostRoundTrip(big));
+  }
+});
