@@ -176,6 +176,10 @@ const TARGETS = {
     maxLen: 8192,
     seeds: (out) => out.logs,
   },
+  utf8_codec_fuzzer: {
+    maxLen: 4096,
+    seeds: (out) => [...out.diffs, ...out.logs, ...out.blames].map((output) => fit(output, 1024)),
+  },
   blame_fuzzer: {
     maxLen: 8192,
     seeds: (out) => out.blames,
