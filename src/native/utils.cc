@@ -11,6 +11,7 @@
 #include "diff/color_diff.h"
 #include "diff/merge_conflicts.h"
 #include "filters/advanced_filters.h"
+#include "hunk/hunk_operation.h"
 
 namespace {
 
@@ -162,6 +163,22 @@ void styleMergeConflicts(const Info& info) {
   });
 }
 
+// Reads the patch and the repository folder, applies the hunk with `operation` and answers
+// whether git reported no error; anything thrown on the way answers false.
+void hunkOperation(const Info& info, bool (*operation)(const std::string&, const std::string&)) {
+  bool applied = false;
+  guarded([&] {
+    const std::string patchText = stringArgument(info, 0);
+    const std::string repoPath = stringArgument(info, 1);
+    applied = operation(patchText, repoPath);
+  });
+  info.GetReturnValue().Set(applied);
+}
+
+void gitRepoStageHunk(const Info& info) { hunkOperation(info, tarnwick::gitRepoStageHunk); }
+void gitRepoUnstageHunk(const Info& info) { hunkOperation(info, tarnwick::gitRepoUnstageHunk); }
+void gitRepoDiscardHunk(const Info& info) { hunkOperation(info, tarnwick::gitRepoDiscardHunk); }
+
 void getAdvancedFiltersHTML(const Info& info) {
   guarded([&] { returnString(info, tarnwick::getAdvancedFiltersHTML()); });
 }
@@ -175,6 +192,9 @@ struct Method {
 const Method kMethods[] = {
     {"cd", colorDiff},
     {"smc", styleMergeConflicts},
+    {"grsh", gitRepoStageHunk},
+    {"gruh", gitRepoUnstageHunk},
+    {"grdh", gitRepoDiscardHunk},
     {"gafh", getAdvancedFiltersHTML},
 };
 
