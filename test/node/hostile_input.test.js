@@ -96,7 +96,7 @@ test('ten thousand commits of one file become ten thousand options', needs('mtgc
 const BAD = Buffer.from([0x63, 0x61, 0x66, 0xe9, 0x20, 0xe2, 0x82, 0x41, 0xff, 0xc3, 0x28, 0xf0, 0x9f, 0x98, 0x20, 0xed, 0xa0, 0x80]);
 const decoded = (...pieces) => Buffer.concat(pieces.map((p) => Buffer.from(p))).toString();
 
-test('bytes from git that are not UTF-8 reach the script as Buffer#toString gives them', needs('mtgcld', 'mtgch'), () => {
+test('bytes from git that are not UTF-8 reach the script as Buffer#toString gives them', async (t) => {
   const repo = makeRepo();
   git(repo, ['config', 'core.quotePath', 'false']);
   const latinName = Buffer.concat([Buffer.from('caf'), Buffer.from([0xe9]), Buffer.from('.txt')]);
@@ -104,11 +104,15 @@ test('bytes from git that are not UTF-8 reach the script as Buffer#toString give
     { message: Buffer.concat([Buffer.from('Subject '), BAD]), files: [[latinName, 'one\n'], ['text.txt', Buffer.concat([BAD, Buffer.from('\nplain\n')])]] },
   ]);
   const [short, full] = git(repo, ['log', '-1', '--pretty=%h %H']).trim().split(' ');
-  // The file name cannot be written in a script string; a pathspec pattern names it instead.
-  assert.strictEqual(utils.mtgcld('caf*.txt', repo, short),
-    decoded(`<option data-dfp='`, latinName, `' data-dlcid='${full}' value='${short}'  selected >${short} 13 Sep 2020 Subject `, BAD, '</option>'));
-  const blame = utils.mtgch('text.txt', repo, 'ffffff', null);
-  assert.ok(blame.includes(decoded("<span class='line-contents'>\t", BAD, '</span></div>')));
+  await t.test('mtgcld', needs('mtgcld'), () => {
+    // The file name cannot be written in a script string; a pathspec pattern names it instead.
+    assert.strictEqual(utils.mtgcld('caf*.txt', repo, short),
+      decoded(`<option data-dfp='`, latinName, `' data-dlcid='${full}' value='${short}'  selected >${short} 13 Sep 2020 Subject `, BAD, '</option>'));
+  });
+  await t.test('mtgch', needs('mtgch'), () => {
+    const blame = utils.mtgch('text.txt', repo, 'ffffff', null);
+    assert.ok(blame.includes(decoded("<span class='line-contents'>\t", BAD, '</span></div>')));
+  });
 });
 
 // Every character the shell treats specially, and commands that would leave a marker file.
@@ -122,84 +126,98 @@ function assertNoMarker(...folders) {
   }
 }
 
-test('paths full of shell syntax reach git unchanged and run nothing', needs('mtgcld', 'mtgch', 'grsh', 'gruh', 'grdh'), () => {
+test('paths full of shell syntax reach git unchanged and run nothing', async (t) => {
   const repo = makeRepo(`repo ${SHELL.replace('\n', '')} $(touch pwned0)`);
   const names = [`all ${SHELL}.txt`, ...INJECTIONS.map((text, i) => `f${i} ${text}.txt`)];
   const files = Object.fromEntries(names.map((name, i) => [name, `line ${i}\nsecond\n`]));
   const id = commit(repo, files, 'Awkward names');
   const short = git(repo, ['rev-parse', '--short', 'HEAD']).trim();
   const before = realCwd();
-  for (const name of names) {
-    const blame = utils.mtgch(name, repo, 'ffffff', null);
-    assert.strictEqual(count(blame, `data-commitid='${id}'`), 2, name);
-    assert.ok(blame.includes(`<span class='line-contents'>\tline ${names.indexOf(name)}</span>`), name);
-    const options = utils.mtgcld(name, repo, short);
-    assert.strictEqual(count(options, ' selected '), 1, name);
-    assert.strictEqual(realCwd(), before);
-  }
-  // A hunk of the first file, staged, unstaged and discarded in the awkwardly named folder.
-  fs.appendFileSync(path.join(repo, names[0]), 'third\n');
-  const patch = git(repo, ['diff']);
-  assert.strictEqual(utils.grsh(patch, repo), true);
-  assert.notStrictEqual(git(repo, ['diff', '--cached']), '');
-  assert.strictEqual(utils.gruh(patch, repo), true);
-  assert.strictEqual(git(repo, ['diff', '--cached']), '');
-  assert.strictEqual(utils.grdh(patch, repo), true);
-  assert.strictEqual(git(repo, ['status', '--porcelain']), '');
+  await t.test('mtgch', needs('mtgch'), () => {
+    names.forEach((name, i) => {
+      const blame = utils.mtgch(name, repo, 'ffffff', null);
+      assert.strictEqual(count(blame, `data-commitid='${id}'`), 2, name);
+      assert.ok(blame.includes(`<span class='line-contents'>\tline ${i}</span>`), name);
+    });
+  });
+  await t.test('mtgcld', needs('mtgcld'), () => {
+    for (const name of names) assert.strictEqual(count(utils.mtgcld(name, repo, short), ' selected '), 1, name);
+  });
+  await t.test('grsh, gruh, grdh', needs('grsh', 'gruh', 'grdh'), () => {
+    // A hunk of the first file, staged, unstaged and discarded in the awkwardly named folder.
+    fs.appendFileSync(path.join(repo, names[0]), 'third\n');
+    const patch = git(repo, ['diff']);
+    assert.strictEqual(utils.grsh(patch, repo), true);
+    assert.notStrictEqual(git(repo, ['diff', '--cached']), '');
+    assert.strictEqual(utils.gruh(patch, repo), true);
+    assert.strictEqual(git(repo, ['diff', '--cached']), '');
+    assert.strictEqual(utils.grdh(patch, repo), true);
+    assert.strictEqual(git(repo, ['status', '--porcelain']), '');
+  });
   assert.strictEqual(realCwd(), before);
   assertNoMarker(repo, path.dirname(repo), before);
 });
 
-test('a repository folder that is missing or no repository gives the empty answer', needs('mtgcld', 'mtgch', 'grsh', 'gruh', 'grdh'), () => {
+test('a repository folder that is missing or no repository gives the empty answer', async (t) => {
   const saved = process.cwd();
   // The current folder is where git runs when the repository folder cannot be entered.
   const outside = tempDir();
-  process.chdir(outside);
-  try {
-    const plain = tempDir();
-    fs.writeFileSync(path.join(plain, 'f.txt'), 'one\n');
-    const patch = '--- a/f.txt\n+++ b/f.txt\n@@ -1 +1 @@\n-one\n+two\n';
-    for (const folder of [path.join(outside, 'missing'), plain, 'undefined']) {
-      assert.strictEqual(utils.mtgcld('f.txt', folder, ''), '', folder);
-      assert.strictEqual(utils.mtgch('f.txt', folder, 'ffffff', null), '', folder);
-      // git complains on its standard error only, which is not read: the answer stays true.
-      for (const method of ['grsh', 'gruh', 'grdh']) assert.strictEqual(utils[method](patch, folder), true, `${method} ${folder}`);
-      assert.strictEqual(realCwd(), outside);
+  const plain = tempDir();
+  fs.writeFileSync(path.join(plain, 'f.txt'), 'one\n');
+  const patch = '--- a/f.txt\n+++ b/f.txt\n@@ -1 +1 @@\n-one\n+two\n';
+  const folders = [path.join(outside, 'missing'), plain, 'undefined'];
+  const each = (check) => () => {
+    process.chdir(outside);
+    try {
+      for (const folder of folders) {
+        check(folder);
+        assert.strictEqual(realCwd(), outside);
+      }
+    } finally {
+      process.chdir(saved);
     }
     assert.deepStrictEqual(fs.readdirSync(plain), ['f.txt']);
     assert.strictEqual(fs.readFileSync(path.join(plain, 'f.txt'), 'utf8'), 'one\n');
     assert.deepStrictEqual(fs.readdirSync(outside), []);
-  } finally {
-    process.chdir(saved);
-  }
+  };
+  await t.test('mtgcld', needs('mtgcld'), each((folder) => assert.strictEqual(utils.mtgcld('f.txt', folder, ''), '', folder)));
+  await t.test('mtgch', needs('mtgch'), each((folder) => assert.strictEqual(utils.mtgch('f.txt', folder, 'ffffff', null), '', folder)));
+  // git complains on its standard error only, which is not read: the answer stays true.
+  await t.test('grsh, gruh, grdh', needs('grsh', 'gruh', 'grdh'), each((folder) => {
+    for (const method of ['grsh', 'gruh', 'grdh']) assert.strictEqual(utils[method](patch, folder), true, `${method} ${folder}`);
+  }));
 });
 
-test('a current folder deleted before the call: the answers stand, the process stays in the repository', needs('mtgcld', 'mtgch', 'grsh', 'gruh', 'grdh'), () => {
+test('a current folder deleted before the call: the answers stand, the process stays in the repository', async (t) => {
   const saved = process.cwd();
   const repo = makeRepo();
   const id = commit(repo, { 'f.txt': 'one\n' }, 'First');
   const short = git(repo, ['rev-parse', '--short', 'HEAD']).trim();
   fs.writeFileSync(path.join(repo, 'f.txt'), 'two\n');
   const patch = git(repo, ['diff']);
-  try {
-    const calls = [
-      () => assert.ok(utils.mtgcld('f.txt', repo, short).includes(`value='${short}'  selected >`)),
-      () => assert.ok(utils.mtgch('f.txt', repo, 'ffffff', null).includes(`data-commitid='${id}'`)),
-      () => assert.strictEqual(utils.grsh(patch, repo), true),
-      () => assert.strictEqual(utils.gruh(patch, repo), true),
-      () => assert.strictEqual(utils.grdh(patch, repo), true),
-    ];
-    for (const call of calls) {
-      const doomed = tempDir();
-      process.chdir(doomed);
-      fs.rmdirSync(doomed);
+  const fromDeletedFolder = (call) => () => {
+    const doomed = tempDir();
+    process.chdir(doomed);
+    fs.rmdirSync(doomed);
+    try {
       call();
       // getcwd failed before the switch, so there was nothing to return to.
       assert.strictEqual(realCwd(), repo);
       assert.ok(!fs.existsSync(path.join(repo, '.tarnwick_hunkpatch')));
+    } finally {
+      process.chdir(saved);
     }
+  };
+  await t.test('mtgcld', needs('mtgcld'), fromDeletedFolder(() => {
+    assert.ok(utils.mtgcld('f.txt', repo, short).includes(`value='${short}'  selected >`));
+  }));
+  await t.test('mtgch', needs('mtgch'), fromDeletedFolder(() => {
+    assert.ok(utils.mtgch('f.txt', repo, 'ffffff', null).includes(`data-commitid='${id}'`));
+  }));
+  await t.test('grsh', needs('grsh'), fromDeletedFolder(() => assert.strictEqual(utils.grsh(patch, repo), true)));
+  await t.test('gruh', needs('gruh'), fromDeletedFolder(() => assert.strictEqual(utils.gruh(patch, repo), true)));
+  await t.test('grdh', needs('grdh'), fromDeletedFolder(() => {
+    assert.strictEqual(utils.grdh(patch, repo), true);
     assert.strictEqual(fs.readFileSync(path.join(repo, 'f.txt'), 'utf8'), 'one\n');
-  } finally {
-    process.chdir(saved);
-  }
+  }));
 });
