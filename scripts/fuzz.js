@@ -139,9 +139,9 @@ function gitOutputs() {
       git(repo, ['diff', 'HEAD~1', 'HEAD']),
       git(repo, ['diff', '-U0', 'HEAD~5', 'HEAD~4']),
     ];
-    const logs = ['renamed.c', 'styles.css', 'crlf.txt', 'tail.txt'].map((file) => git(repo,
-      ['log', '--follow', '--pretty=%h %H %at %s', '--name-status', '--', file]));
-    logs.push(git(repo, ['log', '--pretty=%h %H %at %s', '--name-status']));
+    const logs = ['renamed.c', 'styles.css', 'crlf.txt', 'tail.txt'].map((file) => Object.assign(git(repo,
+      ['log', '--follow', '--pretty=%h %H %at %s', '--name-status', '--', file]), { file }));
+    logs.push(Object.assign(git(repo, ['log', '--pretty=%h %H %at %s', '--name-status']), { file: 'big.txt' }));
     const blames = ['renamed.c', 'styles.css', 'crlf.txt', 'tail.txt'].map((file) => git(repo,
       ['blame', '--line-porcelain', 'HEAD', '--', file]));
     return { diffs, logs, blames, conflicts };
@@ -174,7 +174,11 @@ const TARGETS = {
   },
   commit_log_fuzzer: {
     maxLen: 8192,
-    seeds: (out) => out.logs,
+    // First line: the file path, a space and the selected hash; then git's output.
+    seeds: (out) => out.logs.flatMap((log) => {
+      const hashes = [...log.toString('latin1').matchAll(/^([0-9a-f]{7,}) /gm)].map((m) => m[1]);
+      return [hashes[0], hashes[hashes.length - 1], 'nohash'].map((hash) => Buffer.concat([Buffer.from(`${log.file} ${hash}\n`), log]));
+    }),
   },
   utf8_codec_fuzzer: {
     maxLen: 4096,
