@@ -1,0 +1,223 @@
+'use strict';
+// Hostile input end to end, through the built add-on and real git: huge texts, bytes that are not
+// UTF-8, paths full of shell syntax, folders that are missing or no repository, and a current
+// folder that was deleted. Whatever comes in, the process survives and answers as documented.
+const test = require('node:test');
+const assert = require('node:assert');
+const fs = require('fs');
+const path = require('path');
+const { execFileSync } = require('child_process');
+const utils = require('../..');
+const { tempDir, git, makeRepo, commit } = require('./support/repo');
+
+// Skips a test whose methods are not in this build yet.
+function needs(...names) {
+  const missing = names.filter((name) => typeof utils[name] !== 'function');
+  return missing.length ? { skip: 'method not built yet' } : {};
+}
+
+// Returns the process's working folder as the system sees it (process.cwd() caches its answer,
+// and the add-on changes the folder behind Node's back).
+function realCwd() {
+  return execFileSync('pwd', ['-P'], { encoding: 'utf8' }).trim();
+}
+
+// Feeds commits to `git fast-import` in `repo`: each { message, files: {path: content} } with
+// Buffer or string message, paths and contents, one second apart from `time`.
+function fastImport(repo, commits, time = 1600000000) {
+  const parts = [];
+  const data = (bytes) => parts.push(Buffer.from(`data ${Buffer.byteLength(bytes)}\n`), Buffer.from(bytes), Buffer.from('\n'));
+  commits.forEach((c, i) => {
+    parts.push(Buffer.from(`commit refs/heads/main\nauthor A <a@example.com> ${time + i} +0000\ncommitter C <c@example.com> ${time + i} +0000\n`));
+    data(c.message);
+    for (const [file, content] of c.files) {
+      parts.push(Buffer.from('M 100644 inline '), Buffer.from(file), Buffer.from('\n'));
+      data(content);
+    }
+  });
+  git(repo, ['fast-import', '--quiet'], { input: Buffer.concat(parts) });
+  git(repo, ['reset', '-q', '--hard', 'main']);
+}
+
+function count(text, piece) {
+  let n = 0;
+  for (let at = text.indexOf(piece); at !== -1; at = text.indexOf(piece, at + piece.length)) n += 1;
+  return n;
+}
+
+test('a 50 MB diff is coloured whole, chunk by chunk, without swatches', needs('cd'), () => {
+  const block = [
+    '@@ -1,6 +1,6 @@ section #aabbcc',
+    ' context line with rgb(1, 2, 3)',
+    '-removed line #123456',
+    '+added line <b>&amp;</b>',
+    ...Array.from({ length: 12 }, (_, i) => `${'+- '[i % 3]}line ${i} ${'x'.repeat(40 + i)}`),
+    '\\ No newline at end of file',
+    '',
+  ].join('\n');
+  const copies = Math.ceil((50 * 1024 * 1024) / block.length);
+  const text = block.repeat(copies);
+  const result = utils.cd(text, true, true);
+  assert.strictEqual(typeof result, 'string');
+  // Every cut falls at a line feed, so each block comes out as it does alone (swatches aside).
+  assert.strictEqual(count(result, 'color-preview'), 0);
+  const one = utils.cd(block, false, true);
+  assert.strictEqual(result.length, one.length * copies);
+  assert.ok(result === one.repeat(copies));
+});
+
+test('a 1 MB line passes through blame whole', needs('mtgch'), () => {
+  const repo = makeRepo();
+  const big = 'x<&>'.repeat(256 * 1024);
+  const id = commit(repo, { 'big.txt': `first\n${big}\nlast\n` }, 'Big line');
+  const result = utils.mtgch('big.txt', repo, 'ffffff', null);
+  assert.strictEqual(count(result, "<div class='line'"), 3);
+  assert.ok(result.includes(`data-dlinenumber='2' data-commitid='${id}'`));
+  assert.ok(result.includes(`<span class='line-contents'>\t${big}</span></div>`));
+  const replaced = utils.mtgch('big.txt', repo, 'ffffff', `a\n${big}${big}\nc`);
+  assert.ok(replaced.includes(`<span class='line-contents'>${big}${big}</span></div>`));
+});
+
+test('ten thousand commits of one file become ten thousand options', needs('mtgcld'), () => {
+  const repo = makeRepo();
+  const commits = Array.from({ length: 10000 }, (_, i) => ({ message: `Change ${i}`, files: [['f.txt', `v${i}\n`]] }));
+  fastImport(repo, commits);
+  const newest = git(repo, ['log', '-1', '--pretty=%h %H']).trim().split(' ');
+  const oldest = git(repo, ['rev-list', '--max-parents=0', '--abbrev-commit', 'HEAD']).trim();
+  const result = utils.mtgcld('f.txt', repo, oldest);
+  assert.strictEqual(count(result, '<option '), 10000);
+  assert.strictEqual(count(result, ' selected '), 1);
+  assert.ok(result.startsWith(`<option data-dfp='f.txt' data-dlcid='${newest[1]}' value='${newest[0]}' >${newest[0]} 13 Sep 2020 Change 9999</option>`));
+  assert.ok(result.endsWith(`value='${oldest}'  selected >${oldest} 13 Sep 2020 Change 0</option>`));
+});
+
+// Bytes that are not UTF-8: Latin-1, a cut three-byte sequence, 0xff, a bad continuation, a cut
+// four-byte sequence and an encoded surrogate.
+const BAD = Buffer.from([0x63, 0x61, 0x66, 0xe9, 0x20, 0xe2, 0x82, 0x41, 0xff, 0xc3, 0x28, 0xf0, 0x9f, 0x98, 0x20, 0xed, 0xa0, 0x80]);
+const decoded = (...pieces) => Buffer.concat(pieces.map((p) => Buffer.from(p))).toString();
+
+test('bytes from git that are not UTF-8 reach the script as Buffer#toString gives them', async (t) => {
+  const repo = makeRepo();
+  git(repo, ['config', 'core.quotePath', 'false']);
+  const latinName = Buffer.concat([Buffer.from('caf'), Buffer.from([0xe9]), Buffer.from('.txt')]);
+  fastImport(repo, [
+    { message: Buffer.concat([Buffer.from('Subject '), BAD]), files: [[latinName, 'one\n'], ['text.txt', Buffer.concat([BAD, Buffer.from('\nplain\n')])]] },
+  ]);
+  const [short, full] = git(repo, ['log', '-1', '--pretty=%h %H']).trim().split(' ');
+  await t.test('mtgcld', needs('mtgcld'), () => {
+    // The file name cannot be written in a script string; a pathspec pattern names it instead.
+    assert.strictEqual(utils.mtgcld('caf*.txt', repo, short),
+      decoded(`<option data-dfp='`, latinName, `' data-dlcid='${full}' value='${short}'  selected >${short} 13 Sep 2020 Subject `, BAD, '</option>'));
+  });
+  await t.test('mtgch', needs('mtgch'), () => {
+    const blame = utils.mtgch('text.txt', repo, 'ffffff', null);
+    assert.ok(blame.includes(decoded("<span class='line-contents'>\t", BAD, '</span></div>')));
+  });
+});
+
+// Every character the shell treats specially, and commands that would leave a marker file.
+const SHELL = ' !"#$&\'()*;<=>?[\\]^`{|}~\t\n%';
+const INJECTIONS = ['$(touch pwned1)', '`touch pwned2`', '"; touch pwned3; "', "'; touch pwned4; '", '$HOME', '\\"', '\\'];
+
+function assertNoMarker(...folders) {
+  for (const folder of folders) {
+    const found = fs.readdirSync(folder).filter((name) => name.startsWith('pwned'));
+    assert.deepStrictEqual(found, [], `a command ran in ${folder}`);
+  }
+}
+
+test('paths full of shell syntax reach git unchanged and run nothing', async (t) => {
+  const repo = makeRepo(`repo ${SHELL.replace('\n', '')} $(touch pwned0)`);
+  const names = [`all ${SHELL}.txt`, ...INJECTIONS.map((text, i) => `f${i} ${text}.txt`)];
+  const files = Object.fromEntries(names.map((name, i) => [name, `line ${i}\nsecond\n`]));
+  const id = commit(repo, files, 'Awkward names');
+  const short = git(repo, ['rev-parse', '--short', 'HEAD']).trim();
+  const before = realCwd();
+  await t.test('mtgch', needs('mtgch'), () => {
+    names.forEach((name, i) => {
+      const blame = utils.mtgch(name, repo, 'ffffff', null);
+      assert.strictEqual(count(blame, `data-commitid='${id}'`), 2, name);
+      assert.ok(blame.includes(`<span class='line-contents'>\tline ${i}</span>`), name);
+    });
+  });
+  await t.test('mtgcld', needs('mtgcld'), () => {
+    for (const name of names) assert.strictEqual(count(utils.mtgcld(name, repo, short), ' selected '), 1, name);
+  });
+  await t.test('grsh, gruh, grdh', needs('grsh', 'gruh', 'grdh'), () => {
+    // A hunk of the first file, staged, unstaged and discarded in the awkwardly named folder.
+    fs.appendFileSync(path.join(repo, names[0]), 'third\n');
+    const patch = git(repo, ['diff']);
+    assert.strictEqual(utils.grsh(patch, repo), true);
+    assert.notStrictEqual(git(repo, ['diff', '--cached']), '');
+    assert.strictEqual(utils.gruh(patch, repo), true);
+    assert.strictEqual(git(repo, ['diff', '--cached']), '');
+    assert.strictEqual(utils.grdh(patch, repo), true);
+    assert.strictEqual(git(repo, ['status', '--porcelain']), '');
+  });
+  assert.strictEqual(realCwd(), before);
+  assertNoMarker(repo, path.dirname(repo), before);
+});
+
+test('a repository folder that is missing or no repository gives the empty answer', async (t) => {
+  const saved = process.cwd();
+  // The current folder is where git runs when the repository folder cannot be entered.
+  const outside = tempDir();
+  const plain = tempDir();
+  fs.writeFileSync(path.join(plain, 'f.txt'), 'one\n');
+  const patch = '--- a/f.txt\n+++ b/f.txt\n@@ -1 +1 @@\n-one\n+two\n';
+  const folders = [path.join(outside, 'missing'), plain, 'undefined'];
+  const each = (check) => () => {
+    process.chdir(outside);
+    try {
+      for (const folder of folders) {
+        check(folder);
+        assert.strictEqual(realCwd(), outside);
+      }
+    } finally {
+      process.chdir(saved);
+    }
+    assert.deepStrictEqual(fs.readdirSync(plain), ['f.txt']);
+    assert.strictEqual(fs.readFileSync(path.join(plain, 'f.txt'), 'utf8'), 'one\n');
+    assert.deepStrictEqual(fs.readdirSync(outside), []);
+  };
+  await t.test('mtgcld', needs('mtgcld'), each((folder) => assert.strictEqual(utils.mtgcld('f.txt', folder, ''), '', folder)));
+  await t.test('mtgch', needs('mtgch'), each((folder) => assert.strictEqual(utils.mtgch('f.txt', folder, 'ffffff', null), '', folder)));
+  // git complains on its standard error only, which is not read: the answer stays true.
+  await t.test('grsh, gruh, grdh', needs('grsh', 'gruh', 'grdh'), each((folder) => {
+    for (const method of ['grsh', 'gruh', 'grdh']) assert.strictEqual(utils[method](patch, folder), true, `${method} ${folder}`);
+  }));
+});
+
+test('a current folder deleted before the call: the answers stand, the process stays in the repository', async (t) => {
+  const saved = process.cwd();
+  const repo = makeRepo();
+  const id = commit(repo, { 'f.txt': 'one\n' }, 'First');
+  const short = git(repo, ['rev-parse', '--short', 'HEAD']).trim();
+  fs.writeFileSync(path.join(repo, 'f.txt'), 'two\n');
+  const patch = git(repo, ['diff']);
+  const fromDeletedFolder = (call) => () => {
+    const doomed = tempDir();
+    process.chdir(doomed);
+    fs.rmdirSync(doomed);
+    try {
+      call();
+      // getcwd failed before the switch, so there was nothing to return to.
+      assert.strictEqual(realCwd(), repo);
+      assert.ok(!fs.existsSync(path.join(repo, '.tarnwick_hunkpatch')));
+    } finally {
+      process.chdir(saved);
+    }
+  };
+  await t.test('mtgcld', needs('mtgcld'), fromDeletedFolder(() => {
+    assert.ok(utils.mtgcld('f.txt', repo, short).includes(`value='${short}'  selected >`));
+  }));
+  await t.test('mtgch', needs('mtgch'), fromDeletedFolder(() => {
+    assert.ok(utils.mtgch('f.txt', repo, 'ffffff', null).includes(`data-commitid='${id}'`));
+  }));
+  await t.test('grsh', needs('grsh'), fromDeletedFolder(() => assert.strictEqual(utils.grsh(patch, repo), true)));
+  await t.test('gruh', needs('gruh'), fromDeletedFolder(() => assert.strictEqual(utils.gruh(patch, repo), true)));
+  await t.test('grdh', needs('grdh'), fromDeletedFolder(() => {
+    assert.strictEqual(utils.grdh(patch, repo), true);
+    assert.strictEqual(fs.readFileSync(path.join(repo, 'f.txt'), 'utf8'), 'one\n');
+  }));
+});
