@@ -64,7 +64,7 @@ function commit(repo, files, message, date = 1600000000) {
 }
 
 // Installs a stand-in `git` first on PATH: a shell script that appends its arguments and working
-// folder to a log and prints `stdout` (bytes or string). Returns { log(), restore() }.
+// folder to a log and prints `stdout` (bytes or string). Returns { script, calls(), restore() }.
 function fakeGit(stdout) {
   const dir = tempDir('utils-fake-git-');
   const output = path.join(dir, 'stdout');
@@ -76,6 +76,7 @@ function fakeGit(stdout) {
   const savedPath = process.env.PATH;
   process.env.PATH = `${dir}${path.delimiter}${savedPath}`;
   return {
+    script: path.join(dir, 'git'),
     // Returns the calls as [{ cwd, args }] in the order they were made.
     calls() {
       if (!fs.existsSync(logFile)) return [];

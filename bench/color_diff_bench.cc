@@ -1,0 +1,113 @@
+// Times the diff colouring against its std::regex formulation on the same inputs: a real diff of
+// over a megabyte, one of 150000 bytes with swatches on, and a diff whose lines are longer than
+// a chunk. Prints the speed ratio of each pair at the end.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <map>
+#include <string>
+
+#include "color_diff_reference.h"
+#include "diff/color_diff.h"
+#include "large_stack.h"
+#include "sample_diff.h"
+
+namespace {
+
+const std::string& megabyteDiff() {
+  static const std::string diff = [] {
+    std::string text = reference::makeGitDiff(20260101, 60, 900);
+    while (text.size() < (1u << 20)) text += text;  // a smaller git than expected: repeat the diff
+    return text;
+  }();
+  return diff;
+}
+
+const std::string& swatchLimitDiff() {
+  static const std::string diff = megabyteDiff().substr(0, 150000);
+  return diff;
+}
+
+const std::string& longLineDiff() {
+  static const std::string diff = [] {
+    std::string text;
+    for (int i = 0; i < 20; ++i) {
+      text += "@@ -1,2 +1,2 @@\n-" + std::string(30000, 'a') + " #abcdef\n+" + std::string(25000, 'b') +
+              " rgb(1, 2, 3)\n";
+    }
+    return text;
+  }();
+  return diff;
+}
+
+std::map<std::string, double>& secondsPerRun() {
+  static std::map<std::string, double> table;
+  return table;
+}
+
+void run(benchmark::State& state, const std::string& text, bool native) {
+  std::size_t outBytes = 0;
+  for (auto _ : state) {
+    std::string out;
+    if (native) {
+      out = tarnwick::colorDiff(text, true, true);
+    } else {
+      reference::runOnLargeStack([&] { out = reference::colorDiff(text, true, true); });
+    }
+    outBytes = out.size();
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));
+  state.counters["in_bytes"] = static_cast<double>(text.size());
+  state.counters["out_bytes"] = static_cast<double>(outBytes);
+}
+
+void native1MB(benchmark::State& s) { run(s, megabyteDiff(), true); }
+void regex1MB(benchmark::State& s) { run(s, megabyteDiff(), false); }
+void native150k(benchmark::State& s) { run(s, swatchLimitDiff(), true); }
+void regex150k(benchmark::State& s) { run(s, swatchLimitDiff(), false); }
+void nativeLong(benchmark::State& s) { run(s, longLineDiff(), true); }
+void regexLong(benchmark::State& s) { run(s, longLineDiff(), false); }
+
+BENCHMARK(native1MB)->Name("ColorDiff/native/1MB_git_diff")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(regex1MB)->Name("ColorDiff/std_regex/1MB_git_diff")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(native150k)->Name("ColorDiff/native/150000B_swatches")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(regex150k)->Name("ColorDiff/std_regex/150000B_swatches")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(nativeLong)->Name("ColorDiff/native/long_lines")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(regexLong)->Name("ColorDiff/std_regex/long_lines")->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// Collects each run's time per iteration so the ratios can be printed after the table.
+class RatioReporter : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& r : runs) {
+      if (r.run_type == Run::RT_Iteration && r.iterations > 0) {
+        // Drops the "/real_time" suffix the runner adds.
+        const std::string name = r.benchmark_name();
+        secondsPerRun()[name.substr(0, name.find("/real_time"))] =
+            r.real_accumulated_time / static_cast<double>(r.iterations);
+      }
+    }
+  }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  RatioReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  for (const char* input : {"1MB_git_diff", "150000B_swatches", "long_lines"}) {
+    const auto native = secondsPerRun().find(std::string("ColorDiff/native/") + input);
+    const auto regex = secondsPerRun().find(std::string("ColorDiff/std_regex/") + input);
+    if (native != secondsPerRun().end() && regex != secondsPerRun().end() && native->second > 0) {
+      std::printf("colorDiff %s: native is %.0fx the speed of std::regex (%zu-byte input)\n", input,
+                  regex->second / native->second,
+                  std::string(input) == "1MB_git_diff" ? megabyteDiff().size()
+                  : std::string(input) == "long_lines" ? longLineDiff().size() : swatchLimitDiff().size());
+    }
+  }
+  benchmark::Shutdown();
+  return 0;
+}

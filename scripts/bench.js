@@ -1,0 +1,33 @@
+'use strict';
+// Runs the benchmarks: builds the C++ benchmark executable (Release, Google Benchmark) in
+// build-bench/ and runs it, then builds the add-on and runs every bench/*.bench.js with Node.
+// Arguments are handed to utils_bench (for example --benchmark_filter=ColorDiff).
+const fs = require('fs');
+const path = require('path');
+const { spawnSync } = require('child_process');
+
+const root = path.join(__dirname, '..');
+const buildDir = path.join(root, 'build-bench');
+
+function run(command, args, options = {}) {
+  const result = spawnSync(command, args, { cwd: root, stdio: 'inherit', ...options });
+  if (result.error) {
+    process.stderr.write(`utils: cannot run ${command}: ${result.error.message}\n`);
+    process.exit(1);
+  }
+  if (result.status !== 0) process.exit(result.status || 1);
+}
+
+run('cmake', ['-S', root, '-B', buildDir, '-DCMAKE_BUILD_TYPE=Release', '-DUTILS_BENCHMARKS=ON'],
+  { stdio: ['ignore', 'ignore', 'inherit'] });
+run('cmake', ['--build', buildDir, '--parallel', '2', '--target', 'utils_bench'], { stdio: ['ignore', 'ignore', 'inherit'] });
+run(path.join(buildDir, 'utils_bench'), process.argv.slice(2));
+
+if (!fs.existsSync(path.join(root, 'build', 'Release', 'utils.node'))) {
+  run(process.execPath, [path.join(root, 'scripts', 'build-addon.js')]);
+}
+const benchDir = path.join(root, 'bench');
+for (const file of fs.readdirSync(benchDir).filter((name) => name.endsWith('.bench.js')).sort()) {
+  process.stdout.write(`\n== ${file}\n`);
+  run(process.execPath, ['--expose-gc', path.join(benchDir, file)]);
+}

@@ -1,0 +1,175 @@
+#include "convert/utf8_codec.h"
+
+#include <cstring>
+#include <memory>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace tarnwick {
+
+namespace {
+
+constexpr std::uint64_t kHighBits = 0x8080808080808080ull;
+
+// Returns true when the eight bytes at `p` are all ASCII.
+inline bool asciiWord(const void* p) {
+  std::uint64_t word;
+  std::memcpy(&word, p, sizeof word);
+  return (word & kHighBits) == 0;
+}
+
+inline bool isContinuation(unsigned char c) { return (c & 0xC0) == 0x80; }
+
+// Copies the run of ASCII code units at the start of `units` to `out` as bytes, eight at a time,
+// and returns how many it copied (a multiple of eight; the caller finishes the tail).
+inline std::size_t narrowAsciiBlocks(const std::uint16_t* units, std::size_t length, char* out) {
+  std::size_t i = 0;
+#if defined(__SSE2__)
+  const __m128i high = _mm_set1_epi16(static_cast<short>(0xFF80));
+  while (i + 8 <= length) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + i));
+    if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(v, high), _mm_setzero_si128())) != 0xFFFF) break;
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(out + i), _mm_packus_epi16(v, v));
+    i += 8;
+  }
+#else
+  while (i + 4 <= length) {
+    std::uint64_t word;
+    std::memcpy(&word, units + i, sizeof word);
+    if ((word & 0xFF80FF80FF80FF80ull) != 0) break;
+    for (int k = 0; k < 4; ++k) out[i + k] = static_cast<char>(units[i + k]);
+    i += 4;
+  }
+#endif
+  return i;
+}
+
+// Widens the run of ASCII bytes at the start of `text` into `out`, sixteen at a time where it
+// can, and returns how many it widened.
+inline std::size_t widenAsciiBlocks(const unsigned char* text, std::size_t length, std::uint16_t* out) {
+  std::size_t i = 0;
+#if defined(__SSE2__)
+  while (i + 16 <= length) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + i));
+    if (_mm_movemask_epi8(v) != 0) break;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_unpacklo_epi8(v, _mm_setzero_si128()));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i + 8), _mm_unpackhi_epi8(v, _mm_setzero_si128()));
+    i += 16;
+  }
+#endif
+  while (i + 8 <= length && asciiWord(text + i)) {
+    for (int k = 0; k < 8; ++k) out[i + k] = text[i + k];
+    i += 8;
+  }
+  return i;
+}
+
+}  // namespace
+
+std::size_t asciiPrefixLength(const char* text, std::size_t length) {
+  std::size_t i = 0;
+  while (i + 8 <= length && asciiWord(text + i)) i += 8;
+  while (i < length && static_cast<unsigned char>(text[i]) < 0x80) ++i;
+  return i;
+}
+
+void appendLatin1AsUtf8(const std::uint8_t* chars, std::size_t length, std::string& out) {
+  const std::size_t start = out.size();
+  out.resize(start + 2 * length);
+  char* p = &out[start];
+  std::size_t i = 0;
+  while (i < length) {
+    if (i + 8 <= length && asciiWord(chars + i)) {
+      std::memcpy(p, chars + i, 8);
+      p += 8;
+      i += 8;
+      continue;
+    }
+    const std::uint8_t c = chars[i++];
+    if (c < 0x80) {
+      *p++ = static_cast<char>(c);
+    } else {
+      *p++ = static_cast<char>(0xC0 | (c >> 6));
+      *p++ = static_cast<char>(0x80 | (c & 0x3F));
+    }
+  }
+  out.resize(static_cast<std::size_t>(p - out.data()));
+}
+
+void appendUtf16AsUtf8(const std::uint16_t* units, std::size_t length, std::string& out) {
+  // Encoding into an uninitialised buffer of the largest size and appending what was written
+  // costs one copy, less than zeroing the largest size or counting the exact one first.
+  std::unique_ptr<char[]> buffer(new char[3 * length + 1]);
+  char* p = buffer.get();
+  std::size_t i = 0;
+  while (i < length) {
+    const std::size_t ascii = narrowAsciiBlocks(units + i, length - i, p);
+    i += ascii;
+    p += ascii;
+    if (i == length) break;
+    const std::uint32_t u = units[i++];
+    if (u < 0x80) {
+      *p++ = static_cast<char>(u);
+    } else if (u < 0x800) {
+      *p++ = static_cast<char>(0xC0 | (u >> 6));
+      *p++ = static_cast<char>(0x80 | (u & 0x3F));
+    } else if (u >= 0xD800 && u < 0xDC00 && i < length && units[i] >= 0xDC00 && units[i] < 0xE000) {
+      const std::uint32_t c = 0x10000 + ((u - 0xD800) << 10) + (units[i++] - 0xDC00);
+      *p++ = static_cast<char>(0xF0 | (c >> 18));
+      *p++ = static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+      *p++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+      *p++ = static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+      *p++ = static_cast<char>(0xE0 | (u >> 12));
+      *p++ = static_cast<char>(0x80 | ((u >> 6) & 0x3F));
+      *p++ = static_cast<char>(0x80 | (u & 0x3F));
+    }
+  }
+  out.append(buffer.get(), static_cast<std::size_t>(p - buffer.get()));
+}
+
+std::ptrdiff_t decodeUtf8(const char* text, std::size_t length, std::uint16_t* out) {
+  const auto* s = reinterpret_cast<const unsigned char*>(text);
+  std::uint16_t* const begin = out;
+  std::size_t i = 0;
+  while (i < length) {
+    const std::size_t ascii = widenAsciiBlocks(s + i, length - i, out);
+    i += ascii;
+    out += ascii;
+    if (i == length) break;
+    const unsigned char c = s[i];
+    if (c < 0x80) {
+      *out++ = c;
+      ++i;
+    } else if (c >= 0xC2 && c <= 0xDF) {
+      if (i + 1 >= length || !isContinuation(s[i + 1])) return -1;
+      *out++ = static_cast<std::uint16_t>(((c & 0x1F) << 6) | (s[i + 1] & 0x3F));
+      i += 2;
+    } else if (c >= 0xE0 && c <= 0xEF) {
+      if (i + 2 >= length || !isContinuation(s[i + 1]) || !isContinuation(s[i + 2])) return -1;
+      if (c == 0xE0 && s[i + 1] < 0xA0) return -1;  // overlong
+      if (c == 0xED && s[i + 1] >= 0xA0) return -1;  // surrogate
+      *out++ = static_cast<std::uint16_t>(((c & 0x0F) << 12) | ((s[i + 1] & 0x3F) << 6) | (s[i + 2] & 0x3F));
+      i += 3;
+    } else if (c >= 0xF0 && c <= 0xF4) {
+      if (i + 3 >= length || !isContinuation(s[i + 1]) || !isContinuation(s[i + 2]) ||
+          !isContinuation(s[i + 3])) {
+        return -1;
+      }
+      if (c == 0xF0 && s[i + 1] < 0x90) return -1;  // overlong
+      if (c == 0xF4 && s[i + 1] >= 0x90) return -1;  // past U+10FFFF
+      const std::uint32_t cp = ((c & 0x07u) << 18) | ((s[i + 1] & 0x3Fu) << 12) | ((s[i + 2] & 0x3Fu) << 6) |
+                               (s[i + 3] & 0x3Fu);
+      *out++ = static_cast<std::uint16_t>(0xD800 + ((cp - 0x10000) >> 10));
+      *out++ = static_cast<std::uint16_t>(0xDC00 + ((cp - 0x10000) & 0x3FF));
+      i += 4;
+    } else {
+      return -1;
+    }
+  }
+  return out - begin;
+}
+
+}  // namespace tarnwick

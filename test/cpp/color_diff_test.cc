@@ -1,0 +1,126 @@
+#include "diff/color_diff.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "color_diff_reference.h"
+#include "diff/color_diff_chunk.h"
+#include "large_stack.h"
+#include "sample_diff.h"
+
+namespace {
+
+std::string referenceColorDiff(const std::string& text, bool show, bool mark) {
+  std::string out;
+  reference::runOnLargeStack([&] { out = reference::colorDiff(text, show, mark); });
+  return out;
+}
+
+// Checks production against the reference for every flag combination.
+void expectSameForEveryFlag(const std::string& text, const std::string& what) {
+  for (int flags = 0; flags < 4; ++flags) {
+    const bool show = flags & 1, mark = flags & 2;
+    ASSERT_EQ(tarnwick::colorDiff(text, show, mark), referenceColorDiff(text, show, mark))
+        << what << ", flags " << flags << ", " << text.size() << " bytes";
+  }
+}
+
+std::string shortLines(std::size_t length, unsigned seed) {
+  const char* const lines[] = {"+added #aabbcc", "-removed rgb(1,2,3)", " context", "@@ -1,3 +1,4 @@ f()",
+                               "\\ No newline at end of file", "+\xc3\xa9\xe2\x82\xac", ""};
+  std::mt19937 random(seed);
+  std::string text;
+  while (text.size() < length) text += std::string(lines[random() % 7]) + "\n";
+  text.resize(length);
+  return text;
+}
+
+TEST(ColorDiff, CutsAtTheSliceLimits) {
+  // 10000 bytes go through in one piece, 10001 are cut at the last line feed.
+  for (std::size_t length : {9999u, 10000u, 10001u, 20000u, 20001u, 25000u}) {
+    expectSameForEveryFlag(shortLines(length, length), "short lines");
+  }
+  // A diff of short lines comes out as one pass over the whole text would make it.
+  const std::string lines = shortLines(25000, 3);
+  EXPECT_EQ(tarnwick::colorDiff(lines, false, true), tarnwick::colorDiffChunk(lines, false, true));
+}
+
+TEST(ColorDiff, SwitchesSwatchesOffAboveTheLimit) {
+  for (std::size_t length : {150000u, 150001u}) {
+    const std::string text = "#aabbcc\n" + shortLines(length - 8, 9);
+    ASSERT_EQ(text.size(), length);
+    const std::string out = tarnwick::colorDiff(text, true, true);
+    EXPECT_EQ(out.find("color-preview") != std::string::npos, length == 150000u);
+    EXPECT_EQ(out, referenceColorDiff(text, true, true));
+  }
+}
+
+TEST(ColorDiff, CutsInsideLongLines) {
+  const std::string longAdded = "+" + std::string(14999, 'x');
+  const std::string out = tarnwick::colorDiff(longAdded, false, true);
+  EXPECT_EQ(out, "<div class='diff-added'><span class='diff-action'>+</span>" + std::string(9999, 'x') + "</div>" +
+                     std::string(5000, 'x'));
+  const std::string cases[] = {
+      longAdded,
+      std::string(10000, 'y') + "+rest\n-x",
+      std::string(10000, 'y') + "@@ -1 +1 @@\nz",
+      std::string(10000, 'y') + "-" + std::string(12000, 'z'),
+      std::string(9998, 'r') + "rgb(1,2,3) #abcdef",
+      "abc\n" + std::string(12000, '+') + "\n+x",           // line feed among the first ten bytes
+      std::string(9, 'a') + "\n" + std::string(30000, '-'),  // ... at index 9
+      std::string(10, 'a') + "\n" + std::string(30000, '-'),  // ... at index 10
+      std::string(20000, 'q'),                                // the loop's last, empty chunk
+      std::string(9999, 'q') + "\n" + std::string(10000, 'q'),
+  };
+  for (const std::string& text : cases) expectSameForEveryFlag(text, "long line");
+}
+
+// Long generated texts with lines of every length around the slice size, seeded.
+TEST(ColorDiff, MatchesReferenceOnGeneratedLongText) {
+  const char* const pieces[] = {"+", "-", "@@", "\n", "\r\n", " #aBcDeF1", " rgba(1, 2, 3, .5)", "rgb\n(1,2,3)",
+                                "\\ No newline at end of file", "\xf0\x9f\x98\x80", "text "};
+  std::mt19937 random(99);
+  for (int round = 0; round < 12; ++round) {
+    std::string text;
+    const std::size_t target = 10000 + random() % 30000;
+    while (text.size() < target) {
+      const unsigned roll = random() % 20;
+      if (roll == 0) {
+        text += std::string(random() % 12000, 'w');
+      } else {
+        text += pieces[random() % (sizeof pieces / sizeof *pieces)];
+      }
+    }
+    expectSameForEveryFlag(text, "generated round " + std::to_string(round));
+  }
+}
+
+TEST(ColorDiff, MatchesReferenceOnGitDiffs) {
+  for (unsigned seed : {1u, 2u}) {
+    const std::string diff = reference::makeGitDiff(seed, 8, 150);
+    ASSERT_GT(diff.size(), 10000u) << "git made no diff";
+    expectSameForEveryFlag(diff, "generated repository " + std::to_string(seed));
+    expectSameForEveryFlag(diff.substr(0, 9000), "start of generated repository diff");
+  }
+}
+
+TEST(ColorDiff, MatchesReferenceOnThisRepositorysHistory) {
+  const std::string log =
+      reference::runCommand("git -C '" UTILS_SOURCE_DIR "' log -p -n 40 --no-color 2>/dev/null");
+  if (log.empty()) GTEST_SKIP() << "no git history here";
+  expectSameForEveryFlag(log.substr(0, 400000), "history");
+}
+
+// A one-megabyte single line leaves the stack alone: 64 KB are enough.
+TEST(ColorDiff, RunsOnASmallStack) {
+  const std::string text = "+" + std::string(1 << 20, 'x') + " #abcdef rgb(1,2,3)";
+  std::string out;
+  reference::runOnStackOf(64 * 1024, [&] { out = tarnwick::colorDiff(text, true, true); });
+  // Only the first chunk starts with a plus sign; swatches are off at this size.
+  EXPECT_EQ(out.size(), text.size() + 63);
+  EXPECT_EQ(out.compare(0, 4, "<div"), 0);
+}
+
+}  // namespace

@@ -1,0 +1,81 @@
+'use strict';
+// The module frame: what require() returns, and how arguments and results cross into the script.
+const test = require('node:test');
+const assert = require('node:assert');
+const path = require('path');
+
+const utils = require('../..');
+
+const METHODS = ['cd', 'smc', 'grsh', 'gruh', 'grdh', 'gafh', 'mtgcld', 'mtgch'];
+
+test('the package exports the eight methods in table order, each named by its short name', () => {
+  assert.deepStrictEqual(Object.keys(utils), METHODS);
+  for (const name of METHODS) {
+    assert.strictEqual(typeof utils[name], 'function', name);
+    assert.strictEqual(utils[name].name, name);
+  }
+  assert.strictEqual(require(path.join(__dirname, '..', '..', 'build', 'Release', 'utils.node')), utils);
+});
+
+test('string arguments go through the script\'s own string conversion', () => {
+  const table = [
+    [[], 'undefined'],
+    [[undefined], 'undefined'],
+    [[null], 'null'],
+    [[12.5], '12.5'],
+    [[-0], '0'],
+    [[10n], '10'],
+    [[true], 'true'],
+    [[[1, '<']], '1,&lt;'],
+    [[{ toString() { return '<a>'; } }], '&lt;a&gt;'],
+    [[''], ''],
+  ];
+  for (const [args, expected] of table) assert.strictEqual(utils.smc(...args), expected, String(args[0]));
+});
+
+test('a conversion that throws reads as the empty string and the exception stays inside', () => {
+  assert.strictEqual(utils.smc({ toString() { throw new Error('no'); } }), '');
+  assert.strictEqual(utils.smc(Symbol('s')), '');
+});
+
+test('text crosses as UTF-8 both ways', () => {
+  const text = 'Zoë € 😀 中文 \u0001 \u00ff';
+  assert.strictEqual(utils.smc(text), text);
+  assert.strictEqual(utils.smc(text.repeat(5000)), text.repeat(5000));
+  // A lone surrogate has no UTF-8 form: its three encoded bytes come back as replacement characters.
+  assert.strictEqual(utils.smc('a\ud800b'), 'a\ufffd\ufffd\ufffdb');
+});
+
+test('a zero character survives inside the module, and a result is cut at its first zero byte', () => {
+  assert.strictEqual(utils.smc('a<\0b>'), 'a&lt;');
+  assert.strictEqual(utils.smc('\0'), '');
+});
+
+test('gafh returns the same form whatever it is given', () => {
+  const form = utils.gafh();
+  assert.strictEqual(form.length, 2469);
+  assert.strictEqual(utils.gafh(1, null, {}, 'x'), form);
+});
+
+// What the host itself makes of a script string sent out as UTF-8 and back: a lone surrogate,
+// written as three bytes that are not well-formed, returns as three replacement characters.
+function hostRoundTrip(text) {
+  return text.replace(/[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/g, '\ufffd\ufffd\ufffd');
+}
+
+test('generated text, short and past the size handed over in place, returns as the host would return it', () => {
+  let seed = 5;
+  const next = (n) => { seed = (seed * 1103515245 + 12345) % 2147483648; return seed % n; };
+  const pieces = ['a', 'plain text ', 'é', 'ÿ', '€', '中', '😀', '\ud800', '\udc00', '\u0080', '\n'];
+  for (let round = 0; round < 2000; round += 1) {
+    let text = '';
+    for (let i = next(30); i > 0; i -= 1) text += next(3) === 0 ? String.fromCharCode(next(0x10000)) : pieces[next(pieces.length)];
+    text = text.replace(/[&<>\0]/g, '_');
+    assert.strictEqual(utils.smc(text), hostRoundTrip(text), `round ${round}`);
+  }
+  for (const unit of ['x', 'ÿ', '€', '😀', 'a\ud800']) {
+    const big = `${unit}${'0123456789abcdef'.repeat(40000)}${unit}`;
+    assert.strictEqual(utils.smc(big), hostRoundTrip(big));
+    assert.strictEqual(utils.smc(big + '\0tail'), hostRoundTrip(big));
+  }
+});
