@@ -37,7 +37,7 @@ function section(id, title, method, addon, source, body) {
     ? body()
     : `<p class='not-built'>not built yet: this add-on has no method "${method}".</p>`;
   const about = source ? `<p class='source'>${escapeHtml(source)}</p>` : '';
-  return { built, html: `<section id='${id}' class='${id}' data-built='${built ? 'yes' : 'no'}'>`
+  return { built, html: `<section id='${id}' data-built='${built ? 'yes' : 'no'}'>`
     + `<h2>${escapeHtml(title)} <code>${method}</code></h2>${about}${inner}</section>\n` };
 }
 
