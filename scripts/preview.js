@@ -28,7 +28,7 @@ function main() {
     process.stdout.write(`utils: preview of ${sample ? 'a sample repository' : result.repo}`
       + `${result.file ? `, file ${result.file}` : ''}\n`);
     process.stdout.write(`  diff: ${result.diff.source}`
-      + `${c.added !== undefined ? `: ${c.added} added, ${c.removed} removed, ${c.breaks} hunk headers and notes, ${c.swatches} colour swatches` : ''}\n`);
+      + `${c.added !== undefined ? `: ${c.added} added, ${c.removed} removed, ${c.breaks} hunk headers or notes, ${c.swatches} colour swatches` : ''}\n`);
     process.stdout.write(`  conflict: ${result.conflict.source}\n`);
     if (c.commits !== undefined) process.stdout.write(`  commits: ${c.commits}; blame lines: ${c.blameLines}\n`);
     if (missing.length) process.stdout.write(`  not built yet: ${missing.join(', ')}\n`);

@@ -36,7 +36,10 @@ function chooseFile(top) {
   const changed = lines(git(top, ['diff', '--name-only', 'HEAD'], { allowFailure: true }));
   const committed = lines(git(top, ['log', '-n', '20', '--format=', '--name-only', 'HEAD'], { allowFailure: true }));
   const all = lines(git(top, ['ls-tree', '-r', '--name-only', 'HEAD'], { allowFailure: true }));
-  const candidates = [...changed, ...committed, 'README.md', ...all.slice(0, 1)];
+  // Lock files change often but say little; they are taken only when nothing else is there.
+  const generated = (file) => /(^|\/)(package-lock\.json|[^/]*\.lock)$/.test(file);
+  const recent = [...changed, ...committed];
+  const candidates = [...recent.filter((file) => !generated(file)), 'README.md', ...recent, ...all.slice(0, 1)];
   return candidates.find((file) => inHead(top, file)) || null;
 }
 
