@@ -14,15 +14,15 @@ function main() {
   const cwd = process.env.INIT_CWD || process.cwd();
   let repo = repoArgument ? path.resolve(cwd, repoArgument) : cwd;
   let sample = null;
+  let made = {};
   if (!repositoryTop(repo)) {
     if (repoArgument) throw new Error(`${repo} is not inside a git repository`);
     sample = fs.mkdtempSync(path.join(os.tmpdir(), 'utils-preview-sample-'));
-    repo = makeSampleRepo(path.join(sample, 'sample-site')).repo;
+    made = makeSampleRepo(path.join(sample, 'sample-site'));
+    repo = made.repo;
   }
   try {
-    const fileArgument = file && !path.isAbsolute(file) && fs.existsSync(path.resolve(cwd, file))
-      ? path.resolve(cwd, file) : file;
-    const result = buildPreview({ repo, file: fileArgument, conflictBranch: sample ? 'palette' : undefined });
+    const result = buildPreview({ repo, file: made.file || file, conflictBranch: made.conflictBranch });
     const c = result.counts;
     const missing = Object.entries(result.built).filter(([, built]) => !built).map(([name]) => name);
     process.stdout.write(`utils: preview of ${sample ? 'a sample repository' : result.repo}`

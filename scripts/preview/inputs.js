@@ -20,11 +20,13 @@ function lines(text) {
 }
 
 // Returns `file` relative to the top folder, with forward slashes. A path that names something on
-// disk is taken relative to the current folder; any other path is taken as git names it.
-function relativeFile(top, file) {
-  const onDisk = path.resolve(file);
-  if (path.isAbsolute(file) || fs.existsSync(onDisk)) {
-    return path.relative(fs.realpathSync(top), fs.realpathSync(onDisk)).split(path.sep).join('/');
+// disk inside the repository, taken from `baseDir`, is made relative to the top folder; any other
+// path is taken as git names it.
+function relativeFile(top, file, baseDir) {
+  const onDisk = path.resolve(baseDir, file);
+  if (fs.existsSync(onDisk)) {
+    const relative = path.relative(fs.realpathSync(top), fs.realpathSync(onDisk));
+    if (!relative.startsWith('..') && !path.isAbsolute(relative)) return relative.split(path.sep).join('/');
   }
   return file.split(path.sep).join('/');
 }
@@ -102,9 +104,9 @@ function newestCommit(top, file) {
   return out ? out.trim() : '';
 }
 
-// Returns everything the page needs from the repository at `top`.
-function readInputs(top, file, conflictBranch) {
-  const chosen = file ? relativeFile(top, file) : chooseFile(top);
+// Returns everything the page needs from the repository at `top`; `file` is read from `baseDir`.
+function readInputs(top, file, conflictBranch, baseDir = top) {
+  const chosen = file ? relativeFile(top, file, baseDir) : chooseFile(top);
   const content = chosen ? git(top, ['show', `HEAD:${chosen}`], { allowFailure: true }) : null;
   return {
     file: chosen,

@@ -41,14 +41,14 @@ function section(id, title, method, addon, source, body) {
     + `<h2>${escapeHtml(title)} <code>${method}</code></h2>${about}${inner}</section>\n` };
 }
 
-// Writes the page for `repo` (any folder inside a repository) and `file` (or the most recently
-// changed one) into `outDir` as `<name>.html`. `conflictBranch` names a branch whose merge into
+// Writes the page for `repo` (any folder inside a repository) and `file` (a path from `repo` or
+// from the top folder; by default the most recently changed file) into `outDir` as `<name>.html`. `conflictBranch` names a branch whose merge into
 // HEAD conflicts, to show that conflict. Returns the page path, what was shown and the counts.
 function buildPreview({ repo, file, outDir = path.join(root, 'preview'), name = 'index', conflictBranch, addon } = {}) {
   const top = repositoryTop(repo || process.cwd());
   if (!top) throw new Error(`${repo || process.cwd()} is not inside a git repository`);
   const utils = addon || loadAddon();
-  const inputs = readInputs(top, file, conflictBranch);
+  const inputs = readInputs(top, file, conflictBranch, repo || process.cwd());
   const counts = {};
 
   // The add-on inserts the diff as it stands, so the page escapes it first, as the client does;
