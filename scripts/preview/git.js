@@ -1,11 +1,13 @@
 'use strict';
 // Runs git for the preview: its standard output as text, or null when git fails and the caller
 // has a fallback.
+const fs = require('fs');
 const { spawnSync } = require('child_process');
 
 // Returns git's standard output for `args` run in `cwd`. Throws with git's own message when git
 // exits non-zero, unless `options.allowFailure` is set (then null is returned).
 function git(cwd, args, options = {}) {
+  if (!fs.existsSync(cwd)) throw new Error(`${cwd} does not exist`);
   const run = spawnSync('git', args, {
     cwd,
     encoding: 'utf8',
