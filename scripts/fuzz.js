@@ -186,7 +186,8 @@ const TARGETS = {
   },
   blame_fuzzer: {
     maxLen: 8192,
-    seeds: (out) => out.blames,
+    // The first byte picks the base colour and whether a content text is used.
+    seeds: (out) => out.blames.flatMap((blame) => [0, 1, 8].map((flags) => Buffer.concat([Buffer.from([flags]), blame]))),
   },
 };
 
