@@ -1,10 +1,7 @@
 // Times the blame code view (record scanning and markup) against its std::regex formulation on
-// the same real `git blame --line-porcelain` output of a 4000-line file with a long history, and
-// prints the speed ratio.
+// the same real `git blame --line-porcelain` output of a 4000-line file with a long history.
 #include <benchmark/benchmark.h>
 
-#include <chrono>
-#include <cstdio>
 #include <string>
 
 #include "blame_reference.h"
@@ -24,22 +21,9 @@ const std::string& realBlame() {
   return blame;
 }
 
-// Seconds per run of the last measurement of each side, for the ratio printed at exit.
-struct Timings {
-  double native = 0;
-  double regex = 0;
-  ~Timings() {
-    if (native > 0 && regex > 0) {
-      std::printf("blame code view: native is %.0fx the speed of std::regex (%zu-byte git blame output)\n",
-                  regex / native, realBlame().size());
-    }
-  }
-} timings;
-
 void run(benchmark::State& state, bool native) {
   const std::string& blame = realBlame();
   std::size_t outBytes = 0;
-  const auto start = std::chrono::steady_clock::now();
   for (auto _ : state) {
     std::string out;
     if (native) {
@@ -50,13 +34,9 @@ void run(benchmark::State& state, bool native) {
     outBytes = out.size();
     benchmark::DoNotOptimize(out.data());
   }
-  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() /
-                         static_cast<double>(state.iterations());
-  (native ? timings.native : timings.regex) = seconds;
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * blame.size()));
   state.counters["in_bytes"] = static_cast<double>(blame.size());
   state.counters["out_bytes"] = static_cast<double>(outBytes);
-  if (native && timings.regex > 0) state.counters["speedup"] = timings.regex / seconds;
 }
 
 void regexBlame(benchmark::State& s) { run(s, false); }
@@ -66,11 +46,3 @@ BENCHMARK(regexBlame)->Name("BlameView/std_regex/real_blame")->Unit(benchmark::k
 BENCHMARK(nativeBlame)->Name("BlameView/native/real_blame")->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
-
-// The benchmark executable gathers every bench/*.cc; a main of another file takes precedence.
-__attribute__((weak)) int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}

@@ -1,10 +1,8 @@
 // Times the diff colouring against its std::regex formulation on the same inputs: a real diff of
 // over a megabyte, one of 150000 bytes with swatches on, and a diff whose lines are longer than
-// a chunk. Prints the speed ratio of each pair at the end.
+// a chunk.
 #include <benchmark/benchmark.h>
 
-#include <cstdio>
-#include <map>
 #include <string>
 
 #include "color_diff_reference.h"
@@ -40,10 +38,6 @@ const std::string& longLineDiff() {
   return diff;
 }
 
-std::map<std::string, double>& secondsPerRun() {
-  static std::map<std::string, double> table;
-  return table;
-}
 
 void run(benchmark::State& state, const std::string& text, bool native) {
   std::size_t outBytes = 0;
@@ -76,38 +70,4 @@ BENCHMARK(regex150k)->Name("ColorDiff/std_regex/150000B_swatches")->Unit(benchma
 BENCHMARK(nativeLong)->Name("ColorDiff/native/long_lines")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(regexLong)->Name("ColorDiff/std_regex/long_lines")->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// Collects each run's time per iteration so the ratios can be printed after the table.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& r : runs) {
-      if (r.run_type == Run::RT_Iteration && r.iterations > 0) {
-        // Drops the "/real_time" suffix the runner adds.
-        const std::string name = r.benchmark_name();
-        secondsPerRun()[name.substr(0, name.find("/real_time"))] =
-            r.real_accumulated_time / static_cast<double>(r.iterations);
-      }
-    }
-  }
-};
-
 }  // namespace
-
-int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  for (const char* input : {"1MB_git_diff", "150000B_swatches", "long_lines"}) {
-    const auto native = secondsPerRun().find(std::string("ColorDiff/native/") + input);
-    const auto regex = secondsPerRun().find(std::string("ColorDiff/std_regex/") + input);
-    if (native != secondsPerRun().end() && regex != secondsPerRun().end() && native->second > 0) {
-      std::printf("colorDiff %s: native is %.0fx the speed of std::regex (%zu-byte input)\n", input,
-                  regex->second / native->second,
-                  std::string(input) == "1MB_git_diff" ? megabyteDiff().size()
-                  : std::string(input) == "long_lines" ? longLineDiff().size() : swatchLimitDiff().size());
-    }
-  }
-  benchmark::Shutdown();
-  return 0;
-}

@@ -10,9 +10,12 @@ namespace tarnwick {
 // since a log holds many commits of one day in a row.
 class AuthorDateFormatter {
  public:
+  // Reads the process's time zone once, as localtime would on every call.
+  AuthorDateFormatter();
+
   // Returns the date of the `length` bytes at `seconds` (followed by whitespace or the end of the
   // text): read as strtoul reads them with base 0, taken as seconds since the epoch, turned into
-  // local time with localtime and formatted by strftime as "%d %b %Y" into 20 bytes. Returns
+  // local time as localtime does and formatted by strftime as "%d %b %Y" into 20 bytes. Returns
   // the empty text when localtime gives no date or the date does not fit. The text stays valid
   // until the next call.
   const std::string& format(const char* seconds, std::size_t length);
