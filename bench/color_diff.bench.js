@@ -4,6 +4,7 @@
 // trip through the add-on ("smc" on texts free of "&", "<" and ">", of the diff's and of the
 // result's size). Prints median times of repeated runs.
 const utils = require('..');
+const { median } = require('./timing');
 const { makeRepo, commit, git } = require('../test/node/support/repo');
 const js = require('../test/node/support/color_diff_js');
 
@@ -30,18 +31,6 @@ function makeDiff() {
   }
   commit(repo, files, 'two');
   return git(repo, ['diff', '--no-color', 'HEAD~1', 'HEAD']);
-}
-
-function median(fn, runs) {
-  const times = [];
-  for (let i = 0; i < runs; i += 1) {
-    if (global.gc) global.gc();
-    const start = process.hrtime.bigint();
-    fn();
-    times.push(Number(process.hrtime.bigint() - start) / 1e6);
-  }
-  times.sort((a, b) => a - b);
-  return times[Math.floor(times.length / 2)];
 }
 
 const diff = makeDiff();

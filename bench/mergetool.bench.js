@@ -4,6 +4,7 @@
 // read in full. Prints median times of repeated runs and their ratio.
 const { execSync } = require('child_process');
 const utils = require('..');
+const { median } = require('./timing');
 const { makeRepo, git } = require('../test/node/support/repo');
 
 const FILE = 'src/components/merge tool/big file.txt';
@@ -28,18 +29,6 @@ function makeHistory(lines, commits) {
   }
   git(repo, ['fast-import', '--quiet'], { input: Buffer.concat(parts) });
   return repo;
-}
-
-function median(fn, runs) {
-  const times = [];
-  for (let i = 0; i < runs; i += 1) {
-    if (global.gc) global.gc();
-    const start = process.hrtime.bigint();
-    fn();
-    times.push(Number(process.hrtime.bigint() - start) / 1e6);
-  }
-  times.sort((a, b) => a - b);
-  return times[Math.floor(times.length / 2)];
 }
 
 const repo = makeHistory(4000, 300);
