@@ -4,19 +4,9 @@
 // Arguments are handed to utils_bench (for example --benchmark_filter=ColorDiff).
 const fs = require('fs');
 const path = require('path');
-const { spawnSync } = require('child_process');
 
-const root = path.join(__dirname, '..');
+const { root, run } = require('./run-step');
 const buildDir = path.join(root, 'build-bench');
-
-function run(command, args, options = {}) {
-  const result = spawnSync(command, args, { cwd: root, stdio: 'inherit', ...options });
-  if (result.error) {
-    process.stderr.write(`utils: cannot run ${command}: ${result.error.message}\n`);
-    process.exit(1);
-  }
-  if (result.status !== 0) process.exit(result.status || 1);
-}
 
 run('cmake', ['-S', root, '-B', buildDir, '-DCMAKE_BUILD_TYPE=Release', '-DUTILS_BENCHMARKS=ON'],
   { stdio: ['ignore', 'ignore', 'inherit'] });

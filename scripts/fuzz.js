@@ -11,7 +11,7 @@ const os = require('os');
 const path = require('path');
 const { spawnSync } = require('child_process');
 
-const root = path.join(__dirname, '..');
+const { root, run } = require('./run-step');
 const buildDir = path.join(root, 'build-fuzz');
 const fuzzDir = path.join(root, 'fuzz');
 
@@ -31,12 +31,6 @@ function parseArguments(argv) {
   }
   if (!(options.seconds > 0)) fail('--seconds needs a positive number');
   return options;
-}
-
-function run(command, args, options = {}) {
-  const result = spawnSync(command, args, { cwd: root, stdio: 'inherit', ...options });
-  if (result.error) fail(`cannot run ${command}: ${result.error.message}`);
-  if (result.status !== 0) fail(`${command} ${args.join(' ')} exited with status ${result.status}`);
 }
 
 // Returns the target names (the stem of each fuzz/*_fuzzer.cc), the ones asked for when given.

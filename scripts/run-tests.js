@@ -3,20 +3,10 @@
 // of the built add-on (node's own test runner). Exits non-zero when any of them fails.
 const fs = require('fs');
 const path = require('path');
-const { spawnSync } = require('child_process');
 
-const root = path.join(__dirname, '..');
+const { root, run } = require('./run-step');
 const buildDir = process.env.UTILS_CPP_BUILD_DIR || path.join(root, 'build-cpp');
 const extraCMakeArgs = (process.env.UTILS_CMAKE_ARGS || '').split(' ').filter(Boolean);
-
-function run(command, args, options = {}) {
-  const result = spawnSync(command, args, { cwd: root, stdio: 'inherit', ...options });
-  if (result.error) {
-    process.stderr.write(`utils: cannot run ${command}: ${result.error.message}\n`);
-    process.exit(1);
-  }
-  if (result.status !== 0) process.exit(result.status || 1);
-}
 
 const only = process.argv[2];
 if (only !== 'node') {
