@@ -45,15 +45,14 @@ const std::string& logOutput() {
     char folder[] = "/tmp/utils-bench-log-XXXXXX";
     const std::string repo = mkdtemp(folder);
     const std::string cd = "cd " + tarnwick::quoteForShell(repo) + " && ";
-    tarnwick::exec((cd + "git init -q -b main").c_str());
+    tarnwick::exec(cd + "git init -q -b main", ".");
     FILE* import = popen((cd + "git fast-import --quiet").c_str(), "w");
     const std::string stream = importStream(1500);
     std::fwrite(stream.data(), 1, stream.size(), import);
     pclose(import);
-    tarnwick::exec((cd + "git reset -q --hard").c_str());  // git log needs the path in the work tree
-    std::string out = tarnwick::exec(
-        (cd + "git log --follow --pretty=\"%h %H %at %s\" --name-status " + tarnwick::quoteForShell(kFile)).c_str());
-    tarnwick::exec(("rm -rf " + tarnwick::quoteForShell(repo)).c_str());
+    tarnwick::exec(cd + "git reset -q --hard", ".");  // git log needs the path in the work tree
+    std::string out = tarnwick::exec(tarnwick::commitLogCommandLine(kFile), repo).output;
+    tarnwick::exec("rm -rf " + tarnwick::quoteForShell(repo), ".");
     return out;
   }();
   return log;

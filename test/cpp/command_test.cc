@@ -1,5 +1,5 @@
-// The command and file helpers: the shell runner, the working-folder switch, split, the file
-// writer and shell quoting, each against the real shell and file system.
+// The command helpers: the shell runner, split, the private temporary file, shell quoting and
+// path operands, each against the real shell and file system.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "command/exec.h"
-#include "command/save_string_to_file.h"
+#include "command/path_operand.h"
 #include "command/shell_quote.h"
 #include "command/split.h"
-#include "command/working_folder.h"
+#include "command/temporary_file.h"
 
 namespace {
 
@@ -38,84 +38,130 @@ class TempFolder {
   std::string path_;
 };
 
-std::string currentFolder() {
-  char buffer[4096];
-  return getcwd(buffer, sizeof buffer) != nullptr ? buffer : "";
-}
-
 std::string readFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-// Returns the output of printf printing `text` through the shell, quoted.
-std::string echoed(const std::string& text) {
-  return tarnwick::exec(("printf %s " + tarnwick::quoteForShell(text)).c_str());
+std::string run(const std::string& command, const std::string& folder = ".") {
+  return tarnwick::exec(command, folder).output;
 }
 
-TEST(Exec, ReassemblesOutputReadInPieces) {
-  for (std::size_t length : {0u, 1u, 126u, 127u, 128u, 254u, 255u, 1000u, 50000u}) {
+// Returns the output of printf printing `text` through the shell, quoted.
+std::string echoed(const std::string& text) { return run("printf %s " + tarnwick::quoteForShell(text)); }
+
+TEST(Exec, ReassemblesLongAndUnfinishedLines) {
+  for (std::size_t length : {0u, 1u, 127u, 128u, 60000u}) {
     const std::string line(length, 'x');
     EXPECT_EQ(echoed(line + "\n" + line), line + "\n" + line) << "length " << length;
-    EXPECT_EQ(echoed(line + "\n"), line + "\n") << "length " << length;
   }
-  EXPECT_EQ(tarnwick::exec("printf 'a\\r\\nb\\n\\n'"), "a\r\nb\n\n");
+  EXPECT_EQ(run("printf 'a\\r\\nb\\n\\n'"), "a\r\nb\n\n");
 }
 
-TEST(Exec, ReadsStandardOutputOnly) {
-  EXPECT_EQ(tarnwick::exec("true"), "");
-  EXPECT_EQ(tarnwick::exec("echo to-error >&2"), "");
-  EXPECT_EQ(tarnwick::exec("echo out; echo to-error >&2; echo more"), "out\nmore\n");
-  EXPECT_EQ(tarnwick::exec("echo partial; exit 3"), "partial\n");
-  EXPECT_EQ(tarnwick::exec("tarnwick-no-such-command --version"), "");
+TEST(Exec, ReportsExitStatusAndKeepsStandardErrorApartUnlessAsked) {
+  const char* const command = "echo out; echo to-error >&2; echo more; exit 3";
+  const tarnwick::CommandResult plain = tarnwick::exec(command, ".");
+  EXPECT_EQ(plain.output, "out\nmore\n");
+  EXPECT_EQ(plain.errors, "");
+  EXPECT_EQ(plain.exitStatus, 3);
+  const tarnwick::CommandResult both = tarnwick::exec(command, ".", true);
+  EXPECT_EQ(both.output, "out\nmore\n");
+  EXPECT_EQ(both.errors, "to-error\n");
+  EXPECT_EQ(tarnwick::exec("kill -9 $$", ".").exitStatus, -1);
+  EXPECT_EQ(tarnwick::exec("tarnwick-no-such-command", ".").exitStatus, 127);
+  // Standard input is empty: a command reading it ends at once.
+  EXPECT_EQ(tarnwick::exec("cat; echo done", ".").output, "done\n");
 }
 
-// A zero byte ends the piece it stands in: the rest of that line, or of that 127-byte piece, is lost.
-TEST(Exec, ZeroByteEndsItsPiece) {
-  EXPECT_EQ(tarnwick::exec("printf 'ab\\000cd\\nef'"), "abef");
-  EXPECT_EQ(tarnwick::exec("printf '\\000\\nx\\n'"), "x\n");
-  const std::string command = "printf '%s\\000%s\\n' " + std::string(100, 'a') + " " + std::string(100, 'b');
-  EXPECT_EQ(tarnwick::exec(command.c_str()), std::string(100, 'a') + std::string(74, 'b') + "\n");
+// Both pipes are read together: a command filling standard error first does not stall.
+TEST(Exec, ReadsBothStreamsWithoutStalling) {
+  const tarnwick::CommandResult result =
+      tarnwick::exec("head -c 1000000 /dev/zero | tr '\\0' e >&2; echo out", ".", true);
+  EXPECT_EQ(result.errors, std::string(1000000, 'e'));
+  EXPECT_EQ(result.output, "out\n");
 }
 
-TEST(WorkingFolderSwitch, EntersAndReturns) {
-  const std::string start = currentFolder();
-  TempFolder repo;
-  {
-    tarnwick::WorkingFolderSwitch folder(repo.path());
-    EXPECT_EQ(currentFolder(), repo.path());
-    EXPECT_EQ(tarnwick::exec("pwd -P"), repo.path() + "\n");
-    folder.restore();
-    EXPECT_EQ(currentFolder(), start);
-    ASSERT_EQ(chdir(repo.path().c_str()), 0);
-  }
-  // restore() returned once; leaving the scope does not switch again.
-  EXPECT_EQ(currentFolder(), repo.path());
-  ASSERT_EQ(chdir(start.c_str()), 0);
-  {
-    tarnwick::WorkingFolderSwitch folder(repo.path() + "/missing");
-    EXPECT_EQ(currentFolder(), start);
-  }
-  {
-    tarnwick::WorkingFolderSwitch folder(repo.path());
-  }
-  EXPECT_EQ(currentFolder(), start);
+// The child enters the folder; this process stays where it was, and a relative folder is read
+// from it.
+TEST(Exec, RunsInTheFolderWithoutMovingTheProcess) {
+  TempFolder folder;
+  const fs::path start = fs::current_path();
+  EXPECT_EQ(run("pwd -P; cd /", folder.path()), folder.path() + "\n");
+  EXPECT_EQ(fs::current_path(), start);
+  fs::create_directory(folder.path() + "/inner");
+  fs::current_path(folder.path());
+  EXPECT_EQ(run("pwd -P", "inner"), folder.path() + "/inner\n");
+  fs::current_path(start);
 }
 
-TEST(WorkingFolderSwitch, RestoresNothingWhenTheCurrentFolderIsGone) {
-  const std::string start = currentFolder();
-  TempFolder outer;
-  const std::string gone = outer.path() + "/gone";
-  ASSERT_TRUE(fs::create_directory(gone));
-  ASSERT_EQ(chdir(gone.c_str()), 0);
-  ASSERT_TRUE(fs::remove(gone));
-  {
-    tarnwick::WorkingFolderSwitch folder(outer.path());
-    folder.restore();
-    EXPECT_EQ(currentFolder(), outer.path());
+// Nothing runs for a folder that cannot be entered, a zero byte, or a command line over the
+// kernel's per-argument limit; no crash either.
+TEST(Exec, RunsNothingWhenItCannotStartSafely) {
+  TempFolder folder;
+  const std::string marker = "touch " + tarnwick::quoteForShell(folder.path() + "/ran");
+  const std::string missing = folder.path() + "/missing";
+  const std::string tooLong = marker + " #" + std::string(200000, 'x');
+  const std::pair<std::string, std::string> cases[] = {
+      {marker, missing},
+      {marker, folder.path() + std::string("\0/elsewhere", 11)},
+      {marker + std::string("\0; echo", 7), folder.path()},
+      {tooLong, folder.path()},
+  };
+  for (const auto& [command, where] : cases) {
+    const tarnwick::CommandResult result = tarnwick::exec(command, where, true);
+    EXPECT_EQ(result.exitStatus, -1);
+    EXPECT_EQ(result.output + result.errors, "");
   }
-  EXPECT_EQ(currentFolder(), outer.path());
-  ASSERT_EQ(chdir(start.c_str()), 0);
+  EXPECT_TRUE(fs::is_empty(folder.path()));
+}
+
+TEST(AsReadInPieces, ZeroByteEndsItsPiece) {
+  const std::string a(100, 'a'), b(100, 'b');
+  const std::pair<std::string, std::string> table[] = {
+      {"plain\ntext", "plain\ntext"},
+      {std::string("ab\0cd\nef", 8), "abef"},
+      {std::string("\0\nx\n", 4), "x\n"},
+      // The first piece ends after 127 bytes: the zero at 100 loses b's up to there.
+      {a + std::string(1, '\0') + b + "\n", a + std::string(74, 'b') + "\n"},
+      {std::string(127, 'c') + std::string("\0d", 2), std::string(127, 'c')},
+  };
+  for (const auto& [raw, kept] : table) EXPECT_EQ(tarnwick::asReadInPieces(raw), kept);
+  EXPECT_EQ(run("printf 'ab\\000cd\\nef'"), "abef");
+}
+
+TEST(TemporaryFile, IsPrivateNewAndRemoved) {
+  const std::string bytes("a\0b\r\n\xff", 6);
+  std::string path;
+  {
+    const tarnwick::TemporaryFile file(bytes);
+    const tarnwick::TemporaryFile other(bytes);
+    path = file.path();
+    ASSERT_FALSE(path.empty());
+    EXPECT_EQ(path.front(), '/');
+    EXPECT_NE(other.path(), path);
+    EXPECT_EQ(readFile(path), bytes);
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  }
+  EXPECT_FALSE(fs::exists(path));
+}
+
+TEST(PathOperand, OptionShapedPathsFollowTwoDashes) {
+  const std::pair<std::string, std::string> table[] = {
+      {"src/a.txt", "\"src/a.txt\""},
+      {"-n", "-- \"-n\""},
+      {"--output=x", "-- \"--output=x\""},
+      {"a-b", "\"a-b\""},
+      {"", "\"\""},
+  };
+  for (const auto& [path, operand] : table) {
+    EXPECT_EQ(tarnwick::pathOperand(path), operand);
+    std::vector<std::string> words;
+    tarnwick::appendPathOperand(words, path);
+    // The shell reads the operand into exactly the words.
+    std::string listed;
+    for (const std::string& word : words) listed += "[" + word + "]";
+    EXPECT_EQ(run("printf '[%s]' " + operand), listed);
+  }
 }
 
 TEST(Split, GoldenTable) {
@@ -142,24 +188,6 @@ TEST(Split, GoldenTable) {
   for (const Row& row : table) EXPECT_EQ(tarnwick::split(row.text, row.delimiter), row.pieces) << row.text;
 }
 
-TEST(SaveStringToFile, WritesEveryByteAndReplaces) {
-  TempFolder folder;
-  const std::string path = folder.path() + "/file";
-  const std::string bytes("a\0b\r\n\xff\0", 7);
-  tarnwick::saveStringToFile(bytes, path);
-  EXPECT_EQ(readFile(path), bytes);
-  tarnwick::saveStringToFile("xy", path);
-  EXPECT_EQ(readFile(path), "xy");
-  tarnwick::saveStringToFile("", path);
-  EXPECT_TRUE(fs::exists(path));
-  EXPECT_EQ(readFile(path), "");
-  tarnwick::saveStringToFile("", folder.path() + "/new");
-  EXPECT_TRUE(fs::exists(folder.path() + "/new"));
-  EXPECT_EQ(fs::file_size(folder.path() + "/new"), 0u);
-  tarnwick::saveStringToFile("text", folder.path() + "/missing/file");
-  EXPECT_FALSE(fs::exists(folder.path() + "/missing"));
-}
-
 TEST(QuoteForShell, GoldenTable) {
   const std::pair<std::string, std::string> table[] = {
       {"", "\"\""},
@@ -179,7 +207,6 @@ TEST(QuoteForShell, GoldenTable) {
 // Hostile texts reach the command unchanged, and nothing in them runs.
 TEST(QuoteForShell, ShellPassesTextUnchanged) {
   TempFolder folder;
-  tarnwick::WorkingFolderSwitch inside(folder.path());
   const std::string texts[] = {
       "\"; touch x; \"",
       "$(touch x)",
@@ -199,9 +226,10 @@ TEST(QuoteForShell, ShellPassesTextUnchanged) {
       "!!",
       "caf\xc3\xa9 \xe2\x82\xac \xff\xfe",
   };
-  for (const std::string& text : texts) EXPECT_EQ(echoed(text), text) << text;
+  for (const std::string& text : texts) {
+    EXPECT_EQ(run("printf %s " + tarnwick::quoteForShell(text), folder.path()), text) << text;
+  }
   EXPECT_TRUE(fs::is_empty(folder.path()));
-  inside.restore();
 }
 
 }  // namespace

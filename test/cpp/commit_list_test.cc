@@ -117,7 +117,7 @@ class Repository {
                                 " GIT_COMMITTER_NAME=C GIT_COMMITTER_EMAIL=c@example.com GIT_CONFIG_NOSYSTEM=1"
                                 " GIT_AUTHOR_DATE='1700000000 +0000' GIT_COMMITTER_DATE='1700000000 +0000' && " +
                                 script;
-    return tarnwick::exec(command.c_str());
+    return tarnwick::exec(command, ".").output;
   }
 
   // Writes `content` to `file` and commits it with `message`, kept verbatim, at `time`.

@@ -32,6 +32,15 @@ TEST(StyleMergeConflicts, GoldenTable) {
       {"<<<<<<&<", "&lt;&lt;&lt;&lt;&lt;&lt;&amp;&lt;"},
       {"'\"=======", "'\"======="},
       {"\xc3\xa9<\xe2\x82\xac>", "\xc3\xa9&lt;\xe2\x82\xac&gt;"},
+      // A last group of seven that would open a tag stays escaped; git's markers stay raw.
+      {"<<<<<<<img src=x>", "&lt;&lt;&lt;&lt;&lt;&lt;&lt;img src=x&gt;"},
+      {"<<<<<<<<<<<<<</b", "<<<<<<<&lt;&lt;&lt;&lt;&lt;&lt;&lt;/b"},
+      {"<<<<<<<<img", "<<<<<<<&lt;img"},
+      {"<<<<<<<!--", "&lt;&lt;&lt;&lt;&lt;&lt;&lt;!--"},
+      {"<<<<<<<?x", "&lt;&lt;&lt;&lt;&lt;&lt;&lt;?x"},
+      {"<<<<<<<@<<<<<<<[<<<<<<<0", "<<<<<<<@<<<<<<<[<<<<<<<0"},
+      {"<<<<<<<\n<<<<<<<", "<<<<<<<\n<<<<<<<"},
+      {">>>>>>>a", ">>>>>>>a"},
   };
   for (const Golden& row : table) {
     EXPECT_EQ(tarnwick::styleMergeConflicts(row.input), row.expected) << "input: " << row.input;
@@ -46,7 +55,8 @@ TEST(StyleMergeConflicts, KeepsZeroBytes) {
 
 // Every run length from 0 to 20 of each special character, between every pair of neighbours.
 TEST(StyleMergeConflicts, MatchesReferenceOnEveryRunLength) {
-  const char* const neighbours[] = {"", "x", "&", "<", ">", "\n", "&lt;", "\xc3\xa9", "=======", "&gt;"};
+  const char* const neighbours[] = {"", "x", "&", "<", ">", "\n", "&lt;", "\xc3\xa9", "=======", "&gt;",
+                                    "/", "!", "?", "@", "[", "`", "{", "Z", " HEAD"};
   for (char c : {'<', '>', '&'}) {
     for (int length = 0; length <= 20; ++length) {
       for (const char* before : neighbours) {
@@ -63,7 +73,7 @@ TEST(StyleMergeConflicts, MatchesReferenceOnEveryRunLength) {
 // Generated text made of the tokens that matter, seeded so a failure reproduces.
 TEST(StyleMergeConflicts, MatchesReferenceOnGeneratedText) {
   const char* const tokens[] = {"<", ">", "&", "<<<<<<<", ">>>>>>>", "=======", "&lt;", "&gt;", "&amp;",
-                                "\n", "\r\n", " HEAD", "x", "\xc3\xa9", "\xe2\x82\xac", "\xf0\x9f\x98\x80"};
+                                "\n", "\r\n", " HEAD", "x", "/", "!", "\xc3\xa9", "\xe2\x82\xac", "\xf0\x9f\x98\x80"};
   std::mt19937 random(20261123);
   for (int round = 0; round < 3000; ++round) {
     std::string input;

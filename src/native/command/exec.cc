@@ -1,20 +1,187 @@
 #include "command/exec.h"
 
-#include <cstdio>
-#include <memory>
+#include <errno.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstring>
+
+extern char** environ;
 
 namespace tarnwick {
 
-std::string exec(const char* command) {
-  std::string result;
-  std::shared_ptr<FILE> pipe(popen(command, "r"), pclose);
-  if (!pipe) return result;
-  char buffer[128];
-  // A read error sets no end-of-file indicator, so the error indicator ends the loop too.
-  while (!feof(pipe.get()) && !ferror(pipe.get())) {
-    if (fgets(buffer, sizeof buffer, pipe.get()) != nullptr) result += buffer;
+namespace {
+
+// Closes a descriptor when it goes out of scope, also when reading throws.
+class Descriptor {
+ public:
+  Descriptor() = default;
+  ~Descriptor() { close(); }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  int get() const { return fd_; }
+  int* address() { return &fd_; }
+  void close() {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = -1;
   }
+
+ private:
+  int fd_ = -1;
+};
+
+// A pipe whose ends are closed on exec, so that no other child started meanwhile inherits them.
+struct Pipe {
+  Descriptor read;
+  Descriptor write;
+  bool open() {
+    int ends[2];
+#if defined(__linux__)
+    if (pipe2(ends, O_CLOEXEC) != 0) return false;
+    *read.address() = ends[0];
+    *write.address() = ends[1];
+    return true;
+#else
+    if (pipe(ends) != 0) return false;
+    *read.address() = ends[0];
+    *write.address() = ends[1];
+    return fcntl(ends[0], F_SETFD, FD_CLOEXEC) == 0 && fcntl(ends[1], F_SETFD, FD_CLOEXEC) == 0;
+#endif
+  }
+};
+
+// Waits for the child and returns its exit code, or -1 when a signal ended it.
+int waitFor(pid_t pid) {
+  int status = 0;
+  pid_t done;
+  do {
+    done = waitpid(pid, &status, 0);
+  } while (done < 0 && errno == EINTR);
+  return done > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// The spawn attributes and file actions, released on every way out.
+class SpawnSetup {
+ public:
+  SpawnSetup() {
+    posix_spawnattr_init(&attributes_);
+    posix_spawn_file_actions_init(&actions_);
+  }
+  ~SpawnSetup() {
+    posix_spawn_file_actions_destroy(&actions_);
+    posix_spawnattr_destroy(&attributes_);
+  }
+  SpawnSetup(const SpawnSetup&) = delete;
+  SpawnSetup& operator=(const SpawnSetup&) = delete;
+
+  // The child starts with no signal blocked and SIGPIPE at its default, whatever the host (Node
+  // ignores SIGPIPE) set for itself.
+  bool prepare(const std::string& folder, int output, int errors) {
+    sigset_t none;
+    sigset_t pipeSignal;
+    sigemptyset(&none);
+    sigemptyset(&pipeSignal);
+    sigaddset(&pipeSignal, SIGPIPE);
+    return posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF) == 0 &&
+           posix_spawnattr_setsigmask(&attributes_, &none) == 0 &&
+           posix_spawnattr_setsigdefault(&attributes_, &pipeSignal) == 0 &&
+           posix_spawn_file_actions_addchdir_np(&actions_, folder.c_str()) == 0 &&
+           posix_spawn_file_actions_addopen(&actions_, 0, "/dev/null", O_RDONLY, 0) == 0 &&
+           posix_spawn_file_actions_adddup2(&actions_, output, 1) == 0 &&
+           (errors < 0 || posix_spawn_file_actions_adddup2(&actions_, errors, 2) == 0);
+  }
+
+  const posix_spawnattr_t* attributes() const { return &attributes_; }
+  const posix_spawn_file_actions_t* actions() const { return &actions_; }
+
+ private:
+  posix_spawnattr_t attributes_;
+  posix_spawn_file_actions_t actions_;
+};
+
+// Reads what is available on `fd` into `into`; returns false at the end of the stream or on an
+// error other than an interruption.
+bool readSome(int fd, std::string& into) {
+  char buffer[65536];
+  for (;;) {
+    const ssize_t got = read(fd, buffer, sizeof buffer);
+    if (got > 0) {
+      into.append(buffer, static_cast<std::size_t>(got));
+      return true;
+    }
+    if (got < 0 && errno == EINTR) continue;
+    return false;
+  }
+}
+
+// Reads both pipes until each reaches its end, so that neither can fill up and stall the child.
+void drain(Descriptor& output, Descriptor& errors, CommandResult& result) {
+  while (output.get() >= 0 || errors.get() >= 0) {
+    pollfd fds[2] = {{output.get(), POLLIN, 0}, {errors.get(), POLLIN, 0}};
+    if (poll(fds, 2, -1) < 0) {
+      if (errno == EINTR) continue;
+      return;
+    }
+    if (fds[0].revents != 0 && !readSome(output.get(), result.output)) output.close();
+    if (fds[1].revents != 0 && !readSome(errors.get(), result.errors)) errors.close();
+  }
+}
+
+bool holdsZero(const std::string& text) { return text.find('\0') != std::string::npos; }
+
+}  // namespace
+
+CommandResult exec(const std::string& command, const std::string& folder, bool captureErrors) {
+  CommandResult result;
+  if (holdsZero(command) || holdsZero(folder)) return result;
+  Pipe output;
+  Pipe errors;
+  if (!output.open() || (captureErrors && !errors.open())) return result;
+  SpawnSetup setup;
+  if (!setup.prepare(folder, output.write.get(), captureErrors ? errors.write.get() : -1)) return result;
+  char shell[] = "sh";
+  char option[] = "-c";
+  char* const argv[] = {shell, option, const_cast<char*>(command.c_str()), nullptr};
+  pid_t pid = -1;
+  if (posix_spawn(&pid, "/bin/sh", setup.actions(), setup.attributes(), argv, environ) != 0) return result;
+  output.write.close();
+  errors.write.close();
+  try {
+    drain(output.read, errors.read, result);
+  } catch (...) {
+    // Closing the pipes first ends a child that is still writing, so the wait cannot hang.
+    output.read.close();
+    errors.read.close();
+    waitFor(pid);
+    throw;
+  }
+  output.read.close();
+  errors.read.close();
+  result.exitStatus = waitFor(pid);
+  result.output = asReadInPieces(std::move(result.output));
   return result;
+}
+
+std::string asReadInPieces(std::string raw) {
+  if (std::memchr(raw.data(), '\0', raw.size()) == nullptr) return raw;
+  constexpr std::size_t kPiece = 127;
+  std::string kept;
+  const char* p = raw.data();
+  const char* const end = p + raw.size();
+  while (p < end) {
+    const std::size_t room = static_cast<std::size_t>(end - p) < kPiece ? static_cast<std::size_t>(end - p) : kPiece;
+    const void* feed = std::memchr(p, '\n', room);
+    const std::size_t piece = feed ? static_cast<std::size_t>(static_cast<const char*>(feed) - p) + 1 : room;
+    const void* zero = std::memchr(p, '\0', piece);
+    kept.append(p, zero ? static_cast<std::size_t>(static_cast<const char*>(zero) - p) : piece);
+    p += piece;
+  }
+  return kept;
 }
 
 }  // namespace tarnwick

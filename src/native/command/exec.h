@@ -5,11 +5,28 @@
 
 namespace tarnwick {
 
-// Returns everything `command` writes to its standard output when the system shell runs it.
-// Blocks until the output ends and the command has exited. Standard error is not captured, the
-// exit status is not looked at, and a shell that cannot be started gives the empty string. The
-// output is read in pieces of at most 127 bytes, each cut at its first zero byte.
-std::string exec(const char* command);
+// What a command run by `exec` left behind.
+struct CommandResult {
+  // The command's exit code; -1 when it was killed by a signal or did not run at all.
+  int exitStatus = -1;
+  // Its standard output, as a loop of 127-byte `fgets` reads would have collected it.
+  std::string output;
+  // Its standard error, when asked for; otherwise that goes where this process's goes.
+  std::string errors;
+};
+
+// Runs `command` with the system shell (/bin/sh -c) inside `folder` and waits for it to end.
+// The child enters the folder itself, so this process's current folder never changes, not even
+// for other threads while the command runs. Nothing runs (exit status -1, empty output) when the
+// folder cannot be entered, the command line is too long for the kernel, no descriptor or process
+// is left, or the command or folder holds a zero byte, which the kernel would read as their end.
+// Standard input is /dev/null, so a command can never wait for the host's input.
+CommandResult exec(const std::string& command, const std::string& folder, bool captureErrors = false);
+
+// Returns `raw` as a loop of `fgets` into a 128-byte buffer appends it to a string: pieces of at
+// most 127 bytes, each ending after a line feed at the latest, and each cut at its first zero
+// byte (what follows the zero in that piece is lost).
+std::string asReadInPieces(std::string raw);
 
 }  // namespace tarnwick
 

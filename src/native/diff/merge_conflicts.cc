@@ -6,11 +6,20 @@ namespace tarnwick {
 
 namespace {
 
+// Returns whether a "<" followed by `c` could open a tag, a closing tag, a comment or a
+// processing instruction in a browser.
+bool opensTag(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '/' || c == '!' || c == '?';
+}
+
 // Appends a run of `length` copies of `c` ("<" or ">"): whole groups of seven raw, then the rest
-// as `entity`.
-void appendRun(std::string& out, char c, std::size_t length, const char* entity) {
-  out.append(length / 7 * 7, c);
-  for (std::size_t i = length % 7; i > 0; --i) out.append(entity, 4);
+// as `entity`. With `escapeLastGroup`, a last group that ends the run is escaped too, so that its
+// final "<" cannot open a tag with the text after the run.
+void appendRun(std::string& out, char c, std::size_t length, const char* entity, bool escapeLastGroup) {
+  std::size_t raw = length / 7 * 7;
+  if (escapeLastGroup && raw == length && raw > 0) raw -= 7;
+  out.append(raw, c);
+  for (std::size_t i = length - raw; i > 0; --i) out.append(entity, 4);
 }
 
 }  // namespace
@@ -35,7 +44,8 @@ std::string styleMergeConflicts(const std::string& text) {
     }
     const char* run = p;
     while (run < end && *run == c) ++run;
-    appendRun(out, c, static_cast<std::size_t>(run - p), c == '<' ? "&lt;" : "&gt;");
+    const bool tag = c == '<' && run < end && opensTag(*run);
+    appendRun(out, c, static_cast<std::size_t>(run - p), c == '<' ? "&lt;" : "&gt;", tag);
     p = run;
   }
   return out;

@@ -7,7 +7,8 @@ namespace tarnwick {
 
 // Returns `text` with "&", "<" and ">" escaped as entities, except that in every run of "<" (or
 // of ">") each whole group of seven, counted from the run's left end, stays raw: conflict markers
-// survive, the remainder of a run is escaped.
+// survive, the remainder of a run is escaped. A last group of "<" that ends its run before an
+// ASCII letter, "/", "!" or "?" is escaped as well: raw, its final "<" would open a tag.
 std::string styleMergeConflicts(const std::string& text);
 
 }  // namespace tarnwick

@@ -1,77 +1,53 @@
 #include "hunk/hunk_operation.h"
 
-#include <cstdio>
 #include <utility>
 
 #include "command/exec.h"
-#include "command/save_string_to_file.h"
-#include "command/working_folder.h"
+#include "command/shell_quote.h"
+#include "command/temporary_file.h"
 
 namespace tarnwick {
 
-const char kStageHunkCommand[] =
-    "git apply --ignore-space-change --ignore-whitespace --whitespace=fix --cached";
-const char kUnstageHunkCommand[] =
-    "git apply -R --ignore-space-change --ignore-whitespace --whitespace=fix --cached";
-const char kDiscardHunkCommand[] = "git apply -R --ignore-space-change --ignore-whitespace --whitespace=fix";
-const char kHunkPatchFileName[] = ".tarnwick_hunkpatch";
-
-namespace {
-
-// Removes the patch file once: when asked, or when leaving early (an allocation that fails while
-// git's output is read), so that no patch file outlives the call.
-class PatchFileRemoval {
- public:
-  explicit PatchFileRemoval(const std::string& repoPath) : repoPath_(repoPath) {}
-  ~PatchFileRemoval() { removeNow(); }
-  PatchFileRemoval(const PatchFileRemoval&) = delete;
-  PatchFileRemoval& operator=(const PatchFileRemoval&) = delete;
-
-  void removeNow() {
-    if (removed_) return;
-    removed_ = true;
-    std::remove(patchFilePath(repoPath_).c_str());
+std::vector<std::string> hunkApplyArguments(HunkAction action) {
+  std::vector<std::string> words = {"apply"};
+  if (action != HunkAction::Stage) words.emplace_back("-R");
+  for (const char* option : {"--ignore-space-change", "--ignore-whitespace", "--whitespace=fix"}) {
+    words.emplace_back(option);
   }
-
-  static std::string patchFilePath(const std::string& repoPath) {
-    return repoPath + "/" + kHunkPatchFileName;
-  }
-
- private:
-  const std::string& repoPath_;
-  bool removed_ = false;
-};
-
-bool showsError(const std::string& output) {
-  return output == "error" || output.find("error: ") != std::string::npos;
+  if (action != HunkAction::Discard) words.emplace_back("--cached");
+  return words;
 }
 
-}  // namespace
+std::string hunkApplyCommand(HunkAction action) {
+  std::string command = "git";
+  for (const std::string& word : hunkApplyArguments(action)) command += " " + word;
+  return command;
+}
+
+bool showsGitError(const std::string& text) {
+  return text == "error" || text.find("error: ") != std::string::npos;
+}
 
 bool _executeHunkOperation(std::string command, std::string patchText, std::string repoPath) {
-  WorkingFolderSwitch folder(repoPath);
-  std::string output;
+  CommandResult result;
   {
-    PatchFileRemoval removal(repoPath);
-    saveStringToFile(std::move(patchText), PatchFileRemoval::patchFilePath(repoPath));
-    const std::string commandLine = command + " " + kHunkPatchFileName;
-    output = exec(commandLine.c_str());
-    removal.removeNow();
+    const TemporaryFile patch(patchText);
+    if (patch.path().empty()) return false;
+    result = exec(command + " " + quoteForShell(patch.path()), repoPath, true);
   }
-  folder.restore();
-  return !showsError(output);
+  return result.exitStatus == 0 && !showsGitError(result.output) && !showsGitError(result.errors);
 }
 
 bool gitRepoStageHunk(const std::string& patchText, const std::string& repoPath) {
-  return _executeHunkOperation(kStageHunkCommand, patchText, repoPath);
+  return _executeHunkOperation(hunkApplyCommand(HunkAction::Stage), patchText, repoPath);
 }
 
 bool gitRepoUnstageHunk(const std::string& patchText, const std::string& repoPath) {
-  return _executeHunkOperation(kUnstageHunkCommand, patchText, repoPath);
+  return _executeHunkOperation(hunkApplyCommand(HunkAction::Unstage), patchText, repoPath);
 }
 
 bool gitRepoDiscardHunk(const std::string& patchText, const std::string& repoPath) {
-  return _executeHunkOperation(kDiscardHunkCommand, patchText, repoPath);
+  return _executeHunkOperation(hunkApplyCommand(HunkAction::Discard), patchText, repoPath);
 }
 
 }  // namespace tarnwick

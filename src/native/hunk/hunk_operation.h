@@ -2,26 +2,32 @@
 #define UTILS_HUNK_HUNK_OPERATION_H
 
 #include <string>
+#include <vector>
 
 namespace tarnwick {
 
-// The git commands that apply a one-hunk patch: to the index, in reverse to the index, and in
-// reverse to the working tree. The patch file name follows them after one space.
-extern const char kStageHunkCommand[];
-extern const char kUnstageHunkCommand[];
-extern const char kDiscardHunkCommand[];
+// What a hunk operation does with its patch: apply it to the index, apply it in reverse to the
+// index, or apply it in reverse to the working tree.
+enum class HunkAction { Stage, Unstage, Discard };
 
-// The patch file, directly inside the repository folder, that lives for one hunk operation.
-extern const char kHunkPatchFileName[];
+// Returns the words after "git" of the command that applies a patch for `action`; the patch
+// follows them (as a file name, or on standard input when none is given).
+std::vector<std::string> hunkApplyArguments(HunkAction action);
 
-// Writes `patchText` to the patch file in `repoPath`, runs `command` on it inside `repoPath`,
-// removes the file and returns to the folder that was current before. Returns false when git's
-// standard output is exactly "error" or holds "error: ", true otherwise; standard error and the
-// exit status are not looked at, and no failure to switch folders or write the file is reported.
+// Returns the command text for `action`: "git" and those words, separated by single spaces.
+std::string hunkApplyCommand(HunkAction action);
+
+// Returns whether git's output `text` shows an error: it is exactly "error", or holds "error: ".
+bool showsGitError(const std::string& text);
+
+// Writes `patchText` to a private temporary file (never into the repository), runs `command`
+// followed by that file's full path inside `repoPath`, and removes the file before answering.
+// Returns true only when git ran, exited with status 0 and shows no error (see showsGitError)
+// on its standard output or its standard error; a folder that cannot be entered, or a patch
+// that cannot be written, runs nothing and answers false.
 bool _executeHunkOperation(std::string command, std::string patchText, std::string repoPath);
 
-// Return whether the hunk in `patchText` was staged, unstaged or discarded without git's
-// standard output showing an error. `repoPath` is expected to be an absolute path.
+// Return whether the hunk in `patchText` was staged, unstaged or discarded by git in `repoPath`.
 bool gitRepoStageHunk(const std::string& patchText, const std::string& repoPath);
 bool gitRepoUnstageHunk(const std::string& patchText, const std::string& repoPath);
 bool gitRepoDiscardHunk(const std::string& patchText, const std::string& repoPath);

@@ -8,8 +8,7 @@
 #include <vector>
 
 #include "command/exec.h"
-#include "command/shell_quote.h"
-#include "command/working_folder.h"
+#include "command/path_operand.h"
 #include "mergetool/blame_parser.h"
 #include "mergetool/color_delta.h"
 
@@ -125,15 +124,19 @@ std::string renderCodeView(const std::string& blame, const std::string& baseColo
   return out;
 }
 
+std::vector<std::string> blameArguments(const std::string& filePath) {
+  std::vector<std::string> words = {"blame", "--line-porcelain", "HEAD"};
+  appendPathOperand(words, filePath);
+  return words;
+}
+
+std::string blameCommandLine(const std::string& filePath) {
+  return "git blame --line-porcelain HEAD " + pathOperand(filePath);
+}
+
 std::string mergeToolGetCodeHTML(const std::string& filePath, const std::string& repoPath,
                                  const std::string& baseColor, const std::string& contentText) {
-  std::string blame;
-  {
-    WorkingFolderSwitch folder(repoPath);
-    const std::string command = "git blame --line-porcelain HEAD " + quoteForShell(filePath);
-    blame = exec(command.c_str());
-    folder.restore();
-  }
+  const std::string blame = exec(blameCommandLine(filePath), repoPath).output;
   return renderCodeView(blame, baseColor, contentText);
 }
 

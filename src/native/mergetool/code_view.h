@@ -2,6 +2,7 @@
 #define UTILS_MERGETOOL_CODE_VIEW_H
 
 #include <string>
+#include <vector>
 
 namespace tarnwick {
 
@@ -12,8 +13,16 @@ namespace tarnwick {
 // last line); an empty text shows as a line feed. Nothing is escaped.
 std::string renderCodeView(const std::string& blame, const std::string& baseColor, const std::string& contentText);
 
+// Returns the words after "git" of the command that blames `filePath` as recorded in HEAD, in the
+// form renderCodeView reads.
+std::vector<std::string> blameArguments(const std::string& filePath);
+
+// Returns that command as a shell command line, `filePath` quoted so that git receives it as is.
+std::string blameCommandLine(const std::string& filePath);
+
 // Returns the code view of `filePath` as recorded in HEAD of the repository at `repoPath`, or the
-// empty string when git prints nothing (not a repository, a file not in HEAD).
+// empty string when git prints nothing (not a repository, a file not in HEAD) or when the folder
+// cannot be entered (nothing runs then).
 std::string mergeToolGetCodeHTML(const std::string& filePath, const std::string& repoPath,
                                  const std::string& baseColor, const std::string& contentText);
 

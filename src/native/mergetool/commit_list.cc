@@ -5,8 +5,7 @@
 #include <utility>
 
 #include "command/exec.h"
-#include "command/shell_quote.h"
-#include "command/working_folder.h"
+#include "command/path_operand.h"
 #include "mergetool/author_date.h"
 #include "mergetool/commit_log_parser.h"
 #include "mergetool/html_escape.h"
@@ -100,13 +99,19 @@ std::string renderCommitOptions(const std::string& log, const std::string& fileP
   return out.finish();
 }
 
+std::vector<std::string> commitLogArguments(const std::string& filePath) {
+  std::vector<std::string> words = {"log", "--follow", "--pretty=%h %H %at %s", "--name-status"};
+  appendPathOperand(words, filePath);
+  return words;
+}
+
+std::string commitLogCommandLine(const std::string& filePath) {
+  return "git log --follow --pretty=\"%h %H %at %s\" --name-status " + pathOperand(filePath);
+}
+
 std::string mergeToolGetCommitsListDropdown(const std::string& filePath, const std::string& repoPath,
                                             const std::string& selectedHash) {
-  WorkingFolderSwitch folder(repoPath);
-  const std::string command =
-      "git log --follow --pretty=\"%h %H %at %s\" --name-status " + quoteForShell(filePath);
-  const std::string log = exec(command.c_str());
-  folder.restore();
+  const std::string log = exec(commitLogCommandLine(filePath), repoPath).output;
   return renderCommitOptions(log, filePath, selectedHash);
 }
 

@@ -2,6 +2,7 @@
 #define UTILS_MERGETOOL_COMMIT_LIST_H
 
 #include <string>
+#include <vector>
 
 namespace tarnwick {
 
@@ -14,8 +15,16 @@ namespace tarnwick {
 std::string renderCommitOptions(const std::string& log, const std::string& filePath,
                                 const std::string& selectedHash);
 
+// Returns the words after "git" of the command that lists the commits of `filePath`, followed
+// across renames, in the form renderCommitOptions reads.
+std::vector<std::string> commitLogArguments(const std::string& filePath);
+
+// Returns that command as a shell command line, `filePath` quoted so that git receives it as is.
+std::string commitLogCommandLine(const std::string& filePath);
+
 // Returns the options for the commits that touched `filePath`, followed across renames, as
-// `git log` run inside `repoPath` lists them, newest first. Any path reaches git unchanged.
+// `git log` run inside `repoPath` lists them, newest first. Any path reaches git unchanged, and as
+// a path; a folder that cannot be entered runs nothing and gives the empty string.
 std::string mergeToolGetCommitsListDropdown(const std::string& filePath, const std::string& repoPath,
                                             const std::string& selectedHash);
 
