@@ -6,11 +6,11 @@
 export function cd(diffText: string, showColorPreviews: boolean, markAddedRemoved: boolean): string;
 /** Escapes "&", "<" and ">" of a file with merge-conflict markers, keeping the seven-character markers raw. */
 export function smc(text: string): string;
-/** Stages one hunk: applies the patch to the index with git apply; false when git's output shows an error. */
+/** Stages one hunk: applies the patch to the index with git apply; false when git refused it (its exit status, or an error in its output). */
 export function grsh(patchText: string, repoPath: string): boolean;
-/** Unstages one hunk: applies the patch in reverse to the index; false when git's output shows an error. */
+/** Unstages one hunk: applies the patch in reverse to the index; false when git refused it. */
 export function gruh(patchText: string, repoPath: string): boolean;
-/** Discards one hunk: applies the patch in reverse to the working tree; false when git's output shows an error. */
+/** Discards one hunk: applies the patch in reverse to the working tree; false when git refused it. */
 export function grdh(patchText: string, repoPath: string): boolean;
 /** Returns the fixed markup of the history view's advanced filter form. */
 export function gafh(): string;

@@ -4,14 +4,16 @@
 const test = require('node:test');
 const assert = require('node:assert');
 const fs = require('fs');
+const os = require('os');
 const path = require('path');
 const utils = require('../..');
 const { tempDir, git, makeRepo, commit, fakeGit } = require('./support/repo');
 
-const PATCH_FILE = '.tarnwick_hunkpatch';
+// The private patch files of the calls, in the system's temporary folder.
+const PATCH_PREFIX = 'tarnwick-hunk-';
+const patchFiles = () => fs.readdirSync(os.tmpdir()).filter((name) => name.startsWith(PATCH_PREFIX));
 
-// Returns the process's current folder as the system sees it: process.cwd() answers from a cache
-// that a folder switch inside the add-on does not update.
+// Returns the process's current folder as the system sees it (process.cwd() answers from a cache).
 function currentFolder() {
   return fs.realpathSync.native('.');
 }
@@ -40,7 +42,7 @@ function call(method, patchText, repoPath) {
   const before = currentFolder();
   const answer = utils[method](patchText, repoPath);
   assert.strictEqual(currentFolder(), before, `${method} left the process in another folder`);
-  assert.ok(!fs.existsSync(path.join(String(repoPath), PATCH_FILE)), `${method} left the patch file`);
+  assert.deepStrictEqual(patchFiles(), [], `${method} left its patch file`);
   return answer;
 }
 
@@ -112,25 +114,13 @@ test('stages, unstages and discards one hunk with real git', async (t) => {
   }
 });
 
-test('a hunk that does not apply leaves index and working tree as they were', () => {
-  const repo = makeRepo();
-  commit(repo, { 'file.txt': lines(10) }, 'base');
-  fs.writeFileSync(path.join(repo, 'file.txt'), lines(10, { 4: 'changed' }));
-  const patch = singleHunkPatch(git(repo, ['diff']), 0);
-  // Unstaging a hunk that is not staged fails; git reports it on standard error only, so the
-  // answer stays true, but nothing changes.
-  assert.strictEqual(call('gruh', patch, repo), true);
-  assert.strictEqual(git(repo, ['diff', '--cached']), '');
-  assert.strictEqual(fs.readFileSync(path.join(repo, 'file.txt'), 'utf8'), lines(10, { 4: 'changed' }));
-});
-
 const COMMANDS = {
-  grsh: ['apply', '--ignore-space-change', '--ignore-whitespace', '--whitespace=fix', '--cached', PATCH_FILE],
-  gruh: ['apply', '-R', '--ignore-space-change', '--ignore-whitespace', '--whitespace=fix', '--cached', PATCH_FILE],
-  grdh: ['apply', '-R', '--ignore-space-change', '--ignore-whitespace', '--whitespace=fix', PATCH_FILE],
+  grsh: ['apply', '--ignore-space-change', '--ignore-whitespace', '--whitespace=fix', '--cached'],
+  gruh: ['apply', '-R', '--ignore-space-change', '--ignore-whitespace', '--whitespace=fix', '--cached'],
+  grdh: ['apply', '-R', '--ignore-space-change', '--ignore-whitespace', '--whitespace=fix'],
 };
 
-// Git's standard output and the answer it gives.
+// What git prints on standard output or standard error, and the answer it gives when git exits 0.
 const OUTPUTS = [
   ['', true],
   ['error', false],
@@ -143,24 +133,26 @@ const OUTPUTS = [
   ['ERROR: something\n', true],
   ['errors: none\n', true],
   ['error:no space\n', true],
-  ['fatal: not a git repository\n', true],
 ];
 
-test('runs the exact git apply command inside the repository and reads its output', async (t) => {
+test('runs the exact git apply command on a private copy of the patch and reads its answer', async (t) => {
   const repo = makeRepo('repo with space \u00e9');
   const patch = 'patch body \u00e9\r\nwith "quotes" and $(no expansion)\n\0after zero\n';
+  const runs = [];
   for (const [output, expected] of OUTPUTS) {
-    await t.test(JSON.stringify(output), () => {
-      const fake = fakeGit(output, { captureLastArgument: true });
+    runs.push([{ stdout: output }, expected], [{ stderr: output }, expected], [{ stdout: output, status: 1 }, false]);
+  }
+  for (const [{ stdout = '', stderr = '', status = 0 }, expected] of runs) {
+    await t.test(JSON.stringify({ stdout, stderr, status }), () => {
+      const fake = fakeGit(stdout, { captureLastArgument: true, stderr, status });
       try {
-        for (const method of Object.keys(COMMANDS)) {
-          fs.writeFileSync(path.join(repo, PATCH_FILE), 'an older file of the same name, longer than the patch '.repeat(4));
-          assert.strictEqual(call(method, patch, repo), expected, method);
-        }
+        for (const method of Object.keys(COMMANDS)) assert.strictEqual(call(method, patch, repo), expected, method);
         const calls = fake.calls();
-        assert.deepStrictEqual(calls.map((c) => c.args), Object.values(COMMANDS));
+        assert.deepStrictEqual(calls.map((c) => c.args.slice(0, -1)), Object.values(COMMANDS));
         for (const c of calls) {
           assert.strictEqual(c.cwd, repo);
+          assert.strictEqual(path.dirname(c.args.at(-1)), os.tmpdir());
+          assert.match(path.basename(c.args.at(-1)), /^tarnwick-hunk-\w{6}$/);
           assert.deepStrictEqual(c.seen, Buffer.from(patch));
         }
       } finally {
@@ -170,23 +162,14 @@ test('runs the exact git apply command inside the repository and reads its outpu
   }
 });
 
-test('a repository folder that cannot be entered answers without throwing', () => {
-  const elsewhere = tempDir();
-  const saved = process.cwd();
-  process.chdir(elsewhere);
-  const fake = fakeGit('', { captureLastArgument: true });
+test('a repository folder that cannot be entered runs nothing and answers false', () => {
+  const fake = fakeGit('');
   try {
-    const missing = path.join(elsewhere, 'missing');
-    for (const method of Object.keys(COMMANDS)) assert.strictEqual(call(method, 'patch', missing), true);
-    // Git ran where the process was, and found no patch file there.
-    for (const c of fake.calls()) {
-      assert.strictEqual(c.cwd, elsewhere);
-      assert.strictEqual(c.seen, null);
+    for (const folder of [path.join(tempDir(), 'missing'), '', 'undefined']) {
+      for (const method of Object.keys(COMMANDS)) assert.strictEqual(call(method, 'patch', folder), false);
     }
-    assert.strictEqual(fake.calls().length, 3);
-    assert.deepStrictEqual(fs.readdirSync(elsewhere), []);
+    assert.strictEqual(fake.calls().length, 0);
   } finally {
     fake.restore();
-    process.chdir(saved);
   }
 });

@@ -50,11 +50,12 @@ function makeRepo(name) {
 }
 
 // Writes `files` ({path: content}) into `repo` and commits them with `message` at `date` (seconds).
+// A null content commits what is already there (a link, say).
 function commit(repo, files, message, date = 1600000000) {
   for (const [file, content] of Object.entries(files)) {
     const full = path.join(repo, file);
     fs.mkdirSync(path.dirname(full), { recursive: true });
-    fs.writeFileSync(full, content);
+    if (content !== null) fs.writeFileSync(full, content);
     git(repo, ['add', '--', file]);
   }
   const stamp = `${date} +0000`;
@@ -64,19 +65,21 @@ function commit(repo, files, message, date = 1600000000) {
 }
 
 // Installs a stand-in `git` first on PATH: a shell script that appends its arguments and working
-// folder to a log and prints `stdout` (bytes or string). With `captureLastArgument`, it also keeps
-// a copy of the file its last argument names, as the file was when git ran. Returns
-// { calls(), restore() }.
-function fakeGit(stdout, { captureLastArgument = false } = {}) {
+// folder to a log, prints `stdout` and `stderr` (bytes or strings) and exits with `status`. With
+// `captureLastArgument`, it also keeps a copy of the file its last argument names, as the file
+// was when git ran. Returns { calls(), restore() }.
+function fakeGit(stdout, { captureLastArgument = false, stderr = '', status = 0 } = {}) {
   const dir = tempDir('utils-fake-git-');
   const output = path.join(dir, 'stdout');
+  const errors = path.join(dir, 'stderr');
   const logFile = path.join(dir, 'calls.log');
   fs.writeFileSync(output, stdout);
+  fs.writeFileSync(errors, stderr);
   const capture = captureLastArgument
     ? `n=$(($(cat '${logFile}' 2>/dev/null | wc -l) / 2))\nfor last in "$@"; do :; done\nif [ -f "$last" ]; then cp "$last" '${dir}/seen.'$n; fi\n`
     : '';
   fs.writeFileSync(path.join(dir, 'git'),
-    `#!/bin/sh\n${capture}printf '%s\\n' "$PWD" >> '${logFile}'\nfor a in "$@"; do printf '[%s]' "$a" >> '${logFile}'; done\nprintf '\\n' >> '${logFile}'\ncat '${output}'\n`,
+    `#!/bin/sh\n${capture}printf '%s\\n' "$PWD" >> '${logFile}'\nfor a in "$@"; do printf '[%s]' "$a" >> '${logFile}'; done\nprintf '\\n' >> '${logFile}'\ncat '${output}'\ncat '${errors}' >&2\nexit ${status}\n`,
     { mode: 0o755 });
   const savedPath = process.env.PATH;
   process.env.PATH = `${dir}${path.delimiter}${savedPath}`;
