@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -134,11 +135,19 @@ void drain(Descriptor& output, Descriptor& errors, CommandResult& result) {
 
 bool holdsZero(const std::string& text) { return text.find('\0') != std::string::npos; }
 
+// Returns whether `folder` is a folder this process may enter. The child's own change of folder
+// remains the check that counts; this one spares starting a process that could only fail (and
+// a child that fails there is one that tools like valgrind, which run it as a plain fork, trip on).
+bool enterable(const std::string& folder) {
+  struct stat status;
+  return stat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && access(folder.c_str(), X_OK) == 0;
+}
+
 }  // namespace
 
 CommandResult exec(const std::string& command, const std::string& folder, bool captureErrors) {
   CommandResult result;
-  if (holdsZero(command) || holdsZero(folder)) return result;
+  if (holdsZero(command) || holdsZero(folder) || !enterable(folder)) return result;
   Pipe output;
   Pipe errors;
   if (!output.open() || (captureErrors && !errors.open())) return result;
