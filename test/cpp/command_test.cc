@@ -15,6 +15,9 @@
 #include "command/shell_quote.h"
 #include "command/split.h"
 #include "command/temporary_file.h"
+#include "hunk/hunk_operation.h"
+#include "mergetool/code_view.h"
+#include "mergetool/commit_list.h"
 
 namespace {
 
@@ -147,21 +150,36 @@ TEST(TemporaryFile, IsPrivateNewAndRemoved) {
 
 TEST(PathOperand, OptionShapedPathsFollowTwoDashes) {
   const std::pair<std::string, std::string> table[] = {
-      {"src/a.txt", "\"src/a.txt\""},
-      {"-n", "-- \"-n\""},
-      {"--output=x", "-- \"--output=x\""},
-      {"a-b", "\"a-b\""},
-      {"", "\"\""},
+      {"src/a.txt", "\"src/a.txt\""}, {"-n", "-- \"-n\""}, {"--output=x", "-- \"--output=x\""}, {"a-b", "\"a-b\""}};
+  for (const auto& [path, operand] : table) EXPECT_EQ(tarnwick::pathOperand(path), operand);
+}
+
+// Each git command line reaches git as exactly the words its argument list holds, which the
+// asynchronous face hands to git without a shell.
+TEST(GitCommands, ShellReadsEachCommandLineIntoItsWords) {
+  auto listed = [](const std::vector<std::string>& words) {
+    std::string out = "[git]";
+    for (const std::string& word : words) out += "[" + word + "]";
+    return out;
   };
-  for (const auto& [path, operand] : table) {
-    EXPECT_EQ(tarnwick::pathOperand(path), operand);
-    std::vector<std::string> words;
-    tarnwick::appendPathOperand(words, path);
-    // The shell reads the operand into exactly the words.
-    std::string listed;
-    for (const std::string& word : words) listed += "[" + word + "]";
-    EXPECT_EQ(run("printf '[%s]' " + operand), listed);
+  auto asRun = [](const std::string& commandLine) {
+    return run("printf '[%s]' " + commandLine);
+  };
+  for (const std::string path : {"src/a b.txt", "-n", "--output=x", "$(touch x) \"`'\\", ""}) {
+    EXPECT_EQ(asRun(tarnwick::commitLogCommandLine(path)), listed(tarnwick::commitLogArguments(path))) << path;
+    EXPECT_EQ(asRun(tarnwick::blameCommandLine(path)), listed(tarnwick::blameArguments(path))) << path;
   }
+  EXPECT_EQ(tarnwick::commitLogCommandLine("a"), "git log --follow --pretty=\"%h %H %at %s\" --name-status \"a\"");
+  EXPECT_EQ(tarnwick::blameCommandLine("a"), "git blame --line-porcelain HEAD \"a\"");
+  for (const auto action : {tarnwick::HunkAction::Stage, tarnwick::HunkAction::Unstage, tarnwick::HunkAction::Discard}) {
+    EXPECT_EQ(asRun(tarnwick::hunkApplyCommand(action)), listed(tarnwick::hunkApplyArguments(action)));
+  }
+  EXPECT_EQ(tarnwick::hunkApplyCommand(tarnwick::HunkAction::Stage),
+            "git apply --ignore-space-change --ignore-whitespace --whitespace=fix --cached");
+  EXPECT_EQ(tarnwick::hunkApplyCommand(tarnwick::HunkAction::Unstage),
+            "git apply -R --ignore-space-change --ignore-whitespace --whitespace=fix --cached");
+  EXPECT_EQ(tarnwick::hunkApplyCommand(tarnwick::HunkAction::Discard),
+            "git apply -R --ignore-space-change --ignore-whitespace --whitespace=fix");
 }
 
 TEST(Split, GoldenTable) {
