@@ -1,0 +1,126 @@
+'use strict';
+// Runs git for the promise face with Node's child_process: an argument vector without a shell, the
+// repository folder as the working folder of the child alone, and git in a process group of its
+// own, so that an abort or a timeout ends git together with every process it started.
+const fs = require('fs');
+const { spawn } = require('child_process');
+const { abortError, timeoutError, notADirectory, invalidArgType } = require('./errors');
+
+// How long the group has to end after SIGTERM (git removes its lock files then) before SIGKILL.
+const GRACE_MS = 500;
+
+// The process groups still running; ended when this thread exits, so that none outlives it.
+const running = new Set();
+process.on('exit', () => {
+  for (const group of running) signalGroup(group, 'SIGKILL');
+});
+
+function signalGroup(group, signal) {
+  try {
+    process.kill(-group, signal);
+  } catch (error) { /* the group is gone already */ }
+}
+
+// Returns { signal, timeout } from a call's options (undefined or null: none); throws Node's
+// argument errors for values of the wrong kind. A timeout of 0 means none.
+function readRunOptions(options) {
+  if (options === undefined || options === null) return {};
+  if (typeof options !== 'object') throw invalidArgType('options', 'of type object', options);
+  const { signal, timeout } = options;
+  if (signal !== undefined && (signal === null || typeof signal !== 'object' || !('aborted' in signal))) {
+    throw invalidArgType('options.signal', 'an instance of AbortSignal', signal);
+  }
+  if (timeout !== undefined && !(Number.isSafeInteger(timeout) && timeout >= 0)) {
+    const error = new RangeError(`The value of "options.timeout" is out of range. It must be an unsigned integer. Received ${String(timeout)}`);
+    error.code = 'ERR_OUT_OF_RANGE';
+    throw error;
+  }
+  return { signal, timeout };
+}
+
+// Returns the error to report when git could not be started in `folder`: a folder that cannot be
+// entered fails the spawn just as a missing git does (ENOENT), so the folder is looked at first
+// and its own file-system error (with `path` set to the folder) is returned; else `spawnError`.
+async function startFailure(spawnError, folder) {
+  try {
+    if (!(await fs.promises.stat(folder)).isDirectory()) return notADirectory(folder);
+    await fs.promises.access(folder, fs.constants.X_OK);
+  } catch (folderError) {
+    return folderError;
+  }
+  return spawnError;
+}
+
+// Runs `git args...` in `folder` with `input` (a Buffer) on its standard input, or none. Resolves
+// to { exitCode, signal, stdout, stderr } (Buffers) once git has ended; rejects when git cannot be
+// started, or once the whole process group is gone after an abort (ABORT_ERR) or a timeout
+// (ETIMEDOUT).
+function runGit(args, folder, { input, signal, timeout } = {}) {
+  return new Promise((resolve, reject) => {
+    if (signal && signal.aborted) {
+      reject(abortError(signal));
+      return;
+    }
+    // Node would run a child with an empty cwd in this process's own folder.
+    if (folder === '') {
+      startFailure(null, folder).then(reject);
+      return;
+    }
+    let child;
+    try {
+      child = spawn('git', args, { cwd: folder, detached: true, stdio: [input ? 'pipe' : 'ignore', 'pipe', 'pipe'] });
+    } catch (error) {
+      startFailure(error, folder).then(reject);
+      return;
+    }
+    const stdout = [];
+    const stderr = [];
+    let stopping = null;
+    let failed = false;
+    let timer = null;
+    let graceTimer = null;
+    const stop = (error) => {
+      if (stopping) return;
+      stopping = error;
+      signalGroup(child.pid, 'SIGTERM');
+      graceTimer = setTimeout(() => signalGroup(child.pid, 'SIGKILL'), GRACE_MS);
+    };
+    const onAbort = () => stop(abortError(signal));
+    const finish = () => {
+      running.delete(child.pid);
+      clearTimeout(timer);
+      clearTimeout(graceTimer);
+      if (signal) signal.removeEventListener('abort', onAbort);
+    };
+    child.on('error', (error) => {
+      failed = true;
+      finish();
+      if (child.pid === undefined) startFailure(error, folder).then(reject);
+      else reject(error);
+    });
+    if (child.pid === undefined) return;
+    running.add(child.pid);
+    child.stdout.on('data', (chunk) => stdout.push(chunk));
+    child.stderr.on('data', (chunk) => stderr.push(chunk));
+    if (input) {
+      // git may end without reading it all (a patch it refuses at once); that is not an error here.
+      child.stdin.on('error', () => {});
+      child.stdin.end(input);
+    }
+    if (signal) signal.addEventListener('abort', onAbort, { once: true });
+    if (timeout) timer = setTimeout(() => stop(timeoutError(timeout)), timeout);
+    child.on('close', (exitCode, exitSignal) => {
+      if (failed) return;
+      finish();
+      if (stopping) {
+        // Whatever of the group outlived git (and closed its output) ends now, before settling.
+        signalGroup(child.pid, 'SIGKILL');
+        reject(stopping);
+        return;
+      }
+      resolve({ exitCode, signal: exitSignal, stdout: Buffer.concat(stdout), stderr: Buffer.concat(stderr) });
+    });
+  });
+}
+
+module.exports = { runGit, readRunOptions };

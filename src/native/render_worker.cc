@@ -1,0 +1,49 @@
+#include "render_worker.h"
+
+#include <utility>
+
+#include "script_text.h"
+
+namespace tarnwick {
+
+namespace {
+
+void settle(Napi::Promise::Deferred& deferred, Napi::Env env, const std::string& text) {
+  const Napi::Value string = makeScriptString(env, text);
+  if (string.IsEmpty()) {
+    deferred.Reject(stringTooLongError(env, text.size()).Value());
+  } else {
+    deferred.Resolve(string);
+  }
+}
+
+}  // namespace
+
+Napi::Promise RenderWorker::start(Napi::Env env, Render render, const std::vector<Napi::Object>& kept) {
+  auto* worker = new RenderWorker(env, std::move(render), kept);
+  const Napi::Promise promise = worker->deferred_.Promise();
+  worker->Queue();  // the worker deletes itself once it has settled the promise
+  return promise;
+}
+
+RenderWorker::RenderWorker(Napi::Env env, Render render, const std::vector<Napi::Object>& kept)
+    : Napi::AsyncWorker(env, "tarnwick:render"), render_(std::move(render)), deferred_(Napi::Promise::Deferred::New(env)) {
+  kept_.reserve(kept.size());
+  for (const Napi::Object& object : kept) kept_.push_back(Napi::Persistent(object));
+}
+
+// A std::exception thrown here (memory running out on a huge text) rejects the promise with its
+// message: AsyncWorker catches it.
+void RenderWorker::Execute() { result_ = render_(); }
+
+void RenderWorker::OnOK() { settle(deferred_, Env(), result_); }
+
+void RenderWorker::OnError(const Napi::Error& error) { deferred_.Reject(error.Value()); }
+
+Napi::Promise settledWithText(Napi::Env env, const std::string& text) {
+  Napi::Promise::Deferred deferred = Napi::Promise::Deferred::New(env);
+  settle(deferred, env, text);
+  return deferred.Promise();
+}
+
+}  // namespace tarnwick

@@ -1,0 +1,145 @@
+// The promise face's binding (Node-API through node-addon-api, context-aware, so it loads in the
+// main thread, in any number of workers and beside the synchronous add-on). It converts arguments
+// and results on the script thread and hands everything else to the core on the host's thread
+// pool. promises.js runs git with Node's child_process and calls the helpers below.
+#include <napi.h>
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "command/exec.h"
+#include "diff/color_diff.h"
+#include "diff/merge_conflicts.h"
+#include "filters/advanced_filters.h"
+#include "hunk/hunk_operation.h"
+#include "mergetool/code_view.h"
+#include "mergetool/commit_list.h"
+#include "render_worker.h"
+#include "script_text.h"
+
+namespace {
+
+using tarnwick::RenderWorker;
+
+// The bytes of a Buffer argument, read in place by a render while the buffer is kept.
+struct Bytes {
+  const char* data;
+  std::size_t size;
+  std::string copy() const { return std::string(data, size); }
+};
+
+Napi::Buffer<char> bufferArgument(const Napi::CallbackInfo& info, std::size_t index) {
+  if (!info[index].IsBuffer()) throw Napi::TypeError::New(info.Env(), "expected a Buffer");
+  return info[index].As<Napi::Buffer<char>>();
+}
+
+Bytes bytesOf(const Napi::Buffer<char>& buffer) { return Bytes{buffer.Data(), buffer.Length()}; }
+
+Napi::Array stringArray(Napi::Env env, const std::vector<std::string>& words) {
+  Napi::Array array = Napi::Array::New(env, words.size());
+  for (std::size_t i = 0; i < words.size(); ++i) array.Set(static_cast<uint32_t>(i), Napi::String::New(env, words[i]));
+  return array;
+}
+
+// "cd": with fewer than three arguments nothing is done and the promise fulfils with undefined.
+Napi::Value colorDiff(const Napi::CallbackInfo& info) {
+  Napi::Env env = info.Env();
+  if (info.Length() < 3) {
+    Napi::Promise::Deferred nothing = Napi::Promise::Deferred::New(env);
+    nothing.Resolve(env.Undefined());
+    return nothing.Promise();
+  }
+  std::string text = tarnwick::readScriptText(env, info[0]);
+  const bool showColorPreviews = info[1].ToBoolean();
+  const bool markAddedRemoved = info[2].ToBoolean();
+  return RenderWorker::start(env, [text = std::move(text), showColorPreviews, markAddedRemoved] {
+    return tarnwick::colorDiff(text, showColorPreviews, markAddedRemoved);
+  });
+}
+
+Napi::Value styleMergeConflicts(const Napi::CallbackInfo& info) {
+  std::string text = tarnwick::readScriptText(info.Env(), info[0]);
+  return RenderWorker::start(info.Env(), [text = std::move(text)] { return tarnwick::styleMergeConflicts(text); });
+}
+
+Napi::Value getAdvancedFiltersHTML(const Napi::CallbackInfo& info) {
+  return tarnwick::settledWithText(info.Env(), tarnwick::getAdvancedFiltersHTML());
+}
+
+// Returns a Buffer of the bytes the synchronous add-on reads from the argument.
+Napi::Value text(const Napi::CallbackInfo& info) {
+  const std::string bytes = tarnwick::readScriptText(info.Env(), info[0]);
+  return Napi::Buffer<char>::Copy(info.Env(), bytes.data(), bytes.size());
+}
+
+Napi::Value commitLogArguments(const Napi::CallbackInfo& info) {
+  return stringArray(info.Env(), tarnwick::commitLogArguments(bytesOf(bufferArgument(info, 0)).copy()));
+}
+
+Napi::Value blameArguments(const Napi::CallbackInfo& info) {
+  return stringArray(info.Env(), tarnwick::blameArguments(bytesOf(bufferArgument(info, 0)).copy()));
+}
+
+// The argument is 0 to stage, 1 to unstage, 2 to discard.
+Napi::Value hunkApplyArguments(const Napi::CallbackInfo& info) {
+  static const tarnwick::HunkAction kActions[] = {tarnwick::HunkAction::Stage, tarnwick::HunkAction::Unstage,
+                                                  tarnwick::HunkAction::Discard};
+  const uint32_t index = info[0].ToNumber().Uint32Value();
+  if (index > 2) throw Napi::RangeError::New(info.Env(), "unknown hunk action");
+  return stringArray(info.Env(), tarnwick::hunkApplyArguments(kActions[index]));
+}
+
+// Returns whether git apply's standard output (read as the synchronous add-on reads it) or its
+// standard error shows an error.
+Napi::Value showsGitError(const Napi::CallbackInfo& info) {
+  const Bytes output = bytesOf(bufferArgument(info, 0));
+  const Bytes errors = bytesOf(bufferArgument(info, 1));
+  const bool shows = tarnwick::showsGitError(tarnwick::asReadInPieces(output.copy())) ||
+                     tarnwick::showsGitError(errors.copy());
+  return Napi::Boolean::New(info.Env(), shows);
+}
+
+// (log, filePath, selectedHash), all Buffers; the log is git's raw standard output.
+Napi::Value renderCommitOptions(const Napi::CallbackInfo& info) {
+  const Napi::Buffer<char> log = bufferArgument(info, 0);
+  const Napi::Buffer<char> filePath = bufferArgument(info, 1);
+  const Napi::Buffer<char> selectedHash = bufferArgument(info, 2);
+  const Bytes logBytes = bytesOf(log), pathBytes = bytesOf(filePath), hashBytes = bytesOf(selectedHash);
+  return RenderWorker::start(info.Env(), [logBytes, pathBytes, hashBytes] {
+    return tarnwick::renderCommitOptions(tarnwick::asReadInPieces(logBytes.copy()), pathBytes.copy(), hashBytes.copy());
+  }, {log, filePath, selectedHash});
+}
+
+// (blame, baseColor, contentText), all Buffers; the blame is git's raw standard output.
+Napi::Value renderCodeView(const Napi::CallbackInfo& info) {
+  const Napi::Buffer<char> blame = bufferArgument(info, 0);
+  const Napi::Buffer<char> baseColor = bufferArgument(info, 1);
+  const Napi::Buffer<char> contentText = bufferArgument(info, 2);
+  const Bytes blameBytes = bytesOf(blame), colorBytes = bytesOf(baseColor), contentBytes = bytesOf(contentText);
+  return RenderWorker::start(info.Env(), [blameBytes, colorBytes, contentBytes] {
+    return tarnwick::renderCodeView(tarnwick::asReadInPieces(blameBytes.copy()), colorBytes.copy(), contentBytes.copy());
+  }, {blame, baseColor, contentText});
+}
+
+Napi::Object init(Napi::Env env, Napi::Object exports) {
+  const std::pair<const char*, Napi::Function::Callback> methods[] = {
+      {"cd", colorDiff},
+      {"smc", styleMergeConflicts},
+      {"gafh", getAdvancedFiltersHTML},
+      {"text", text},
+      {"commitLogArguments", commitLogArguments},
+      {"blameArguments", blameArguments},
+      {"hunkApplyArguments", hunkApplyArguments},
+      {"showsGitError", showsGitError},
+      {"renderCommitOptions", renderCommitOptions},
+      {"renderCodeView", renderCodeView},
+  };
+  for (const auto& method : methods) exports.Set(method.first, Napi::Function::New(env, method.second, method.first));
+  return exports;
+}
+
+}  // namespace
+
+NODE_API_MODULE(utils_promises, init)
