@@ -51,21 +51,32 @@ async function startFailure(spawnError, folder) {
   return spawnError;
 }
 
+// Starting a child forks this process, which takes milliseconds in a large one (longer the more
+// memory it maps). Starts are spread out, one per turn of the event loop, so that calls made
+// together never add their forks up into one long pause of the script thread.
+const waitingToStart = [];
+function turnToStart() {
+  return new Promise((resolve) => {
+    waitingToStart.push(resolve);
+    if (waitingToStart.length === 1) setImmediate(startNext);
+  });
+}
+function startNext() {
+  waitingToStart.shift()();
+  if (waitingToStart.length > 0) setImmediate(startNext);
+}
+
 // Runs `git args...` in `folder` with `input` (a Buffer) on its standard input, or none. Resolves
 // to { exitCode, signal, stdout, stderr } (Buffers) once git has ended; rejects when git cannot be
 // started, or once the whole process group is gone after an abort (ABORT_ERR) or a timeout
 // (ETIMEDOUT).
-function runGit(args, folder, { input, signal, timeout } = {}) {
+async function runGit(args, folder, { input, signal, timeout } = {}) {
+  if (signal && signal.aborted) throw abortError(signal);
+  // Node would run a child with an empty cwd in this process's own folder.
+  if (folder === '') throw await startFailure(null, folder);
+  await turnToStart();
+  if (signal && signal.aborted) throw abortError(signal);
   return new Promise((resolve, reject) => {
-    if (signal && signal.aborted) {
-      reject(abortError(signal));
-      return;
-    }
-    // Node would run a child with an empty cwd in this process's own folder.
-    if (folder === '') {
-      startFailure(null, folder).then(reject);
-      return;
-    }
     let child;
     try {
       child = spawn('git', args, { cwd: folder, detached: true, stdio: [input ? 'pipe' : 'ignore', 'pipe', 'pipe'] });

@@ -2,16 +2,14 @@
 
 #include <utility>
 
-#include "script_text.h"
-
 namespace tarnwick {
 
 namespace {
 
-void settle(Napi::Promise::Deferred& deferred, Napi::Env env, const std::string& text) {
-  const Napi::Value string = makeScriptString(env, text);
+void settle(Napi::Promise::Deferred& deferred, Napi::Env env, const ScriptString& text) {
+  const Napi::Value string = text.make(env);
   if (string.IsEmpty()) {
-    deferred.Reject(stringTooLongError(env, text.size()).Value());
+    deferred.Reject(stringTooLongError(env, text.bytes()).Value());
   } else {
     deferred.Resolve(string);
   }
@@ -34,15 +32,15 @@ RenderWorker::RenderWorker(Napi::Env env, Render render, const std::vector<Napi:
 
 // A std::exception thrown here (memory running out on a huge text) rejects the promise with its
 // message: AsyncWorker catches it.
-void RenderWorker::Execute() { result_ = render_(); }
+void RenderWorker::Execute() { result_.reset(new ScriptString(render_())); }
 
-void RenderWorker::OnOK() { settle(deferred_, Env(), result_); }
+void RenderWorker::OnOK() { settle(deferred_, Env(), *result_); }
 
 void RenderWorker::OnError(const Napi::Error& error) { deferred_.Reject(error.Value()); }
 
-Napi::Promise settledWithText(Napi::Env env, const std::string& text) {
+Napi::Promise settledWithText(Napi::Env env, std::string text) {
   Napi::Promise::Deferred deferred = Napi::Promise::Deferred::New(env);
-  settle(deferred, env, text);
+  settle(deferred, env, ScriptString(std::move(text)));
   return deferred.Promise();
 }
 

@@ -1,13 +1,16 @@
 #ifndef UTILS_RENDER_WORKER_H
 #define UTILS_RENDER_WORKER_H
 
-// Renders a view on a thread of the host's pool, so that parsing and rendering never hold up the
-// script thread, and settles a promise with the result.
+// Renders a view on a thread of the host's pool, so that parsing, rendering and the decoding of
+// the result never hold up the script thread, and settles a promise with it.
 #include <napi.h>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "script_text.h"
 
 namespace tarnwick {
 
@@ -26,13 +29,14 @@ class RenderWorker final : public Napi::AsyncWorker {
   void OnError(const Napi::Error& error) override;
 
   Render render_;
-  std::string result_;
+  std::unique_ptr<ScriptString> result_;
   Napi::Promise::Deferred deferred_;
   std::vector<Napi::ObjectReference> kept_;
 };
 
-// Returns a promise already settled with `text` as a script string (rejected when too long).
-Napi::Promise settledWithText(Napi::Env env, const std::string& text);
+// Returns a promise settled at once with `text`, rendered on the script thread (for work too
+// small to be worth a trip to the pool); rejected when the text is too long for a string.
+Napi::Promise settledWithText(Napi::Env env, std::string text);
 
 }  // namespace tarnwick
 

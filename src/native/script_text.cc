@@ -1,7 +1,7 @@
 #include "script_text.h"
 
-#include <cstdint>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "convert/utf8_codec.h"
@@ -27,11 +27,42 @@ std::string readScriptText(napi_env env, napi_value value) {
   return out;
 }
 
-Napi::Value makeScriptString(Napi::Env env, const std::string& text) {
-  const void* zero = std::memchr(text.data(), 0, text.size());
-  const std::size_t size = zero ? static_cast<std::size_t>(static_cast<const char*>(zero) - text.data()) : text.size();
+// ASCII goes to the host as one-byte text; other valid UTF-8 is decoded here (the host's decoder
+// is several times slower, and would run on the script thread); only text that is not UTF-8 is
+// left to the host, so that its replacement characters are exactly the host's.
+ScriptString::ScriptString(std::string text) : text_(std::move(text)) {
+  const void* zero = std::memchr(text_.data(), 0, text_.size());
+  size_ = zero ? static_cast<std::size_t>(static_cast<const char*>(zero) - text_.data()) : text_.size();
+  const std::size_t ascii = asciiPrefixLength(text_.data(), size_);
+  if (ascii == size_) return;
+  units_.reset(new std::uint16_t[size_]);
+  for (std::size_t i = 0; i < ascii; ++i) units_[i] = static_cast<unsigned char>(text_[i]);
+  const std::ptrdiff_t decoded = decodeUtf8(text_.data() + ascii, size_ - ascii, units_.get() + ascii);
+  if (decoded < 0) {
+    units_.reset();
+    form_ = Form::NotUtf8;
+    return;
+  }
+  form_ = Form::Utf16;
+  length_ = ascii + static_cast<std::size_t>(decoded);
+  std::string().swap(text_);
+}
+
+Napi::Value ScriptString::make(Napi::Env env) const {
   napi_value string = nullptr;
-  if (napi_create_string_utf8(env, text.data(), size, &string) != napi_ok) {
+  napi_status status;
+  switch (form_) {
+    case Form::Ascii:
+      status = napi_create_string_latin1(env, text_.data(), size_, &string);
+      break;
+    case Form::Utf16:
+      status = napi_create_string_utf16(env, reinterpret_cast<const char16_t*>(units_.get()), length_, &string);
+      break;
+    default:
+      status = napi_create_string_utf8(env, text_.data(), size_, &string);
+      break;
+  }
+  if (status != napi_ok) {
     napi_value thrown;
     napi_get_and_clear_last_exception(env, &thrown);
     return Napi::Value();

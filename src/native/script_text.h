@@ -5,6 +5,9 @@
 // synchronous add-on, so that both faces read and return the same bytes.
 #include <napi.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <string>
 
 namespace tarnwick {
@@ -15,9 +18,27 @@ namespace tarnwick {
 // of its own value (which Node-API's UTF-8 getter would write as U+FFFD instead).
 std::string readScriptText(napi_env env, napi_value value);
 
-// Returns the script string of `text` up to its first zero byte, bytes that are not UTF-8 read as
-// the host's replacement characters; an empty value when the host cannot make a string that long.
-Napi::Value makeScriptString(Napi::Env env, const std::string& text);
+// A result on its way to the script: the text up to its first zero byte, with bytes that are not
+// UTF-8 read as the host's replacement characters. Building one does the decoding and may run on
+// any thread; make() then only copies it into the host, on the script thread.
+class ScriptString {
+ public:
+  explicit ScriptString(std::string text);
+
+  // Returns the script string, or an empty value when the host cannot make one that long.
+  Napi::Value make(Napi::Env env) const;
+
+  // Returns the number of bytes before the first zero byte.
+  std::size_t bytes() const { return size_; }
+
+ private:
+  enum class Form { Ascii, Utf16, NotUtf8 };
+  std::string text_;
+  std::size_t size_ = 0;
+  Form form_ = Form::Ascii;
+  std::unique_ptr<std::uint16_t[]> units_;
+  std::size_t length_ = 0;
+};
 
 // Returns the error a promise rejects with when its result is too long for a script string.
 Napi::Error stringTooLongError(Napi::Env env, std::size_t bytes);
