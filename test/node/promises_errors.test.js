@@ -11,6 +11,13 @@ const { makeRepo, commit, tempDir } = require('./support/repo');
 const repo = makeRepo();
 commit(repo, { 'a.txt': 'one\n' }, 'first');
 
+// Runs `body` with `bin` first on PATH (a stand-in git there, or none at all when PATH is `bin` alone).
+async function withPath(bin, body, alone = false) {
+  const saved = process.env.PATH;
+  process.env.PATH = alone ? bin : `${bin}${path.delimiter}${saved}`;
+  try { return await body(); } finally { process.env.PATH = saved; }
+}
+
 test('each failure rejects with a code that says why', async () => {
   const bin = tempDir();
   const table = [
@@ -24,83 +31,49 @@ test('each failure rejects with a code that says why', async () => {
     ['a lone surrogate in a folder', () => promises.gruh('x', `${repo}\ud800`), { code: 'ERR_INVALID_ARG_VALUE' }],
     ['options of the wrong kind', () => promises.grsh('x', repo, 'fast'), { code: 'ERR_INVALID_ARG_TYPE' }],
     ['a negative timeout', () => promises.grsh('x', repo, { timeout: -1 }), { code: 'ERR_OUT_OF_RANGE' }],
+    ['git missing', () => withPath(bin, () => promises.mtgch('a.txt', repo, 'fff', null), true), { code: 'ENOENT', path: 'git' }],
   ];
   for (const [what, call, expected] of table) await assert.rejects(call(), expected, what);
-  const saved = process.env.PATH;
-  process.env.PATH = bin;
-  try {
-    await assert.rejects(promises.mtgch('a.txt', repo, 'fff', null), { code: 'ENOENT', path: 'git' }, 'git missing');
-  } finally {
-    process.env.PATH = saved;
-  }
 });
 
 test('the patch reaches git apply on its standard input, byte for byte, and no patch file is named', async () => {
   const bin = tempDir();
   fs.writeFileSync(path.join(bin, 'git'), `#!/bin/sh\nprintf '%s\\n' "$@" > '${bin}/args'\ncat > '${bin}/stdin'\n`, { mode: 0o755 });
-  const saved = process.env.PATH;
-  process.env.PATH = `${bin}${path.delimiter}${saved}`;
-  try {
-    assert.strictEqual(await promises.grdh('@@ \u00e9\0\ud800\n', repo), true);
-  } finally {
-    process.env.PATH = saved;
-  }
-  assert.strictEqual(fs.readFileSync(path.join(bin, 'args'), 'utf8'),
-    'apply\n-R\n--ignore-space-change\n--ignore-whitespace\n--whitespace=fix\n');
+  assert.strictEqual(await withPath(bin, () => promises.grdh('@@ \u00e9\0\ud800\n', repo)), true);
+  assert.strictEqual(fs.readFileSync(path.join(bin, 'args'), 'utf8'), 'apply\n-R\n--ignore-space-change\n--ignore-whitespace\n--whitespace=fix\n');
   assert.deepStrictEqual(fs.readFileSync(path.join(bin, 'stdin')), Buffer.from('@@ \xc3\xa9\0\xed\xa0\x80\n', 'latin1'));
 });
-
-// Installs a stand-in git that starts a child (sleep) and waits for it, writing both process ids;
-// with `ignoreTerm` both ignore SIGTERM. Returns { pids(), restore() }.
-function slowGit({ ignoreTerm = false } = {}) {
-  const bin = tempDir();
-  const pids = path.join(bin, 'pids');
-  fs.writeFileSync(path.join(bin, 'git'),
-    `#!/bin/sh\n${ignoreTerm ? "trap '' TERM\n" : ''}sleep 60 &\necho $$ $! > '${pids}.tmp'\nmv '${pids}.tmp' '${pids}'\nwait\n`,
-    { mode: 0o755 });
-  const saved = process.env.PATH;
-  process.env.PATH = `${bin}${path.delimiter}${saved}`;
-  return {
-    pids: () => (fs.existsSync(pids) ? fs.readFileSync(pids, 'utf8').trim().split(' ').map(Number) : null),
-    restore: () => { process.env.PATH = saved; },
-  };
-}
 
 // Returns whether a process still runs (a zombie waiting to be reaped has ended).
 function running(pid) {
   try {
     return !/^\d+ \(.*\) Z/.test(fs.readFileSync(`/proc/${pid}/stat`, 'utf8'));
   } catch (error) {
-    try { process.kill(pid, 0); return true; } catch (gone) { return false; }
+    try { return process.kill(pid, 0); } catch (gone) { return false; }
   }
 }
 
-async function started(stand) {
-  while (!stand.pids()) await new Promise((resolve) => setTimeout(resolve, 10));
-}
-
 test('abort and timeout end git and its children, which are gone when the promise rejects', async () => {
-  const cases = [
-    ['abort before the run', () => ({ signal: AbortSignal.abort() }), null, 'ABORT_ERR'],
-    ['abort during the run', () => new AbortController(), (c) => c.abort(), 'ABORT_ERR'],
-    ['timeout', () => ({ timeout: 500 }), null, 'ETIMEDOUT'],
-    ['abort of a git that ignores SIGTERM', () => new AbortController(), (c) => c.abort(), 'ABORT_ERR', true],
+  const cases = [ // what, options, abort while git runs, code, git ignores SIGTERM
+    ['abort before the run', { signal: AbortSignal.abort() }, false, 'ABORT_ERR'],
+    ['abort during the run', new AbortController(), true, 'ABORT_ERR'],
+    ['timeout', { timeout: 500 }, false, 'ETIMEDOUT'],
+    ['abort of a git that ignores SIGTERM', new AbortController(), true, 'ABORT_ERR', true],
   ];
-  for (const [what, makeOptions, during, code, ignoreTerm] of cases) {
-    const stand = slowGit({ ignoreTerm });
-    try {
-      const options = makeOptions();
-      const call = promises.mtgch('a.txt', repo, 'fff', null, options.signal && during ? { signal: options.signal } : options);
-      if (during) {
-        await started(stand);
-        during(options);
-      }
+  for (const [what, options, abortDuring, code, ignoreTerm] of cases) {
+    // A stand-in git that starts a child (its output elsewhere, so only the kill of the whole
+    // group ends it in time) and waits for it, having written both process ids.
+    const bin = tempDir();
+    const pidFile = path.join(bin, 'pids');
+    fs.writeFileSync(path.join(bin, 'git'), `#!/bin/sh\n${ignoreTerm ? "trap '' TERM\n" : ''}sleep 60 >/dev/null 2>&1 &\n`
+      + `echo $$ $! > '${pidFile}.new'\nmv '${pidFile}.new' '${pidFile}'\nwait\n`, { mode: 0o755 });
+    await withPath(bin, async () => {
+      const call = promises.mtgch('a.txt', repo, 'fff', null, abortDuring ? { signal: options.signal } : options);
+      while (abortDuring && !fs.existsSync(pidFile)) await new Promise((resolve) => setTimeout(resolve, 10));
+      if (abortDuring) options.abort();
       await assert.rejects(call, { code }, what);
-      const pids = stand.pids();
-      if (during || code === 'ETIMEDOUT') assert.deepStrictEqual(pids.map(running), [false, false], what);
-      else assert.strictEqual(pids, null, `${what}: nothing ran`);
-    } finally {
-      stand.restore();
-    }
+    });
+    if (options.signal && !abortDuring) assert.ok(!fs.existsSync(pidFile), `${what}: nothing ran`);
+    else assert.deepStrictEqual(fs.readFileSync(pidFile, 'utf8').trim().split(' ').map(Number).map(running), [false, false], what);
   }
 });
