@@ -21,7 +21,8 @@ function gitPath(bytes, name, value) {
   return bytes.toString('utf8');
 }
 
-// Resolves to git's standard output when it exits with status 0; rejects with GIT_FAILED else.
+// Resolves to git's standard output (its Buffers) when it exits with status 0; rejects with
+// GIT_FAILED else.
 async function gitOutput(args, folder, options) {
   const result = await runGit(args, folder, options);
   if (result.exitCode !== 0) throw gitFailed(args, result);
@@ -40,7 +41,7 @@ function hunkMethod(name, action) {
       const folder = gitPath(repo, 'repoPath', repoPath);
       const args = native.hunkApplyArguments(action);
       const result = await runGit(args, folder, { ...runOptions, input: patch });
-      if (result.exitCode === 0 && !native.showsGitError(result.stdout, result.stderr)) return true;
+      if (result.exitCode === 0 && !native.showsGitError(Buffer.concat(result.stdout), result.stderr)) return true;
       throw gitFailed(args, result);
     },
   };

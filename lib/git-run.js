@@ -21,6 +21,9 @@ function signalGroup(group, signal) {
   } catch (error) { /* the group is gone already */ }
 }
 
+// The longest delay a timer takes (about 24.8 days); a longer one would fire at once.
+const MAX_TIMEOUT = 2 ** 31 - 1;
+
 // Returns { signal, timeout } from a call's options (undefined or null: none); throws Node's
 // argument errors for values of the wrong kind. A timeout of 0 means none.
 function readRunOptions(options) {
@@ -30,8 +33,8 @@ function readRunOptions(options) {
   if (signal !== undefined && (signal === null || typeof signal !== 'object' || !('aborted' in signal))) {
     throw invalidArgType('options.signal', 'an instance of AbortSignal', signal);
   }
-  if (timeout !== undefined && !(Number.isSafeInteger(timeout) && timeout >= 0)) {
-    const error = new RangeError(`The value of "options.timeout" is out of range. It must be an unsigned integer. Received ${String(timeout)}`);
+  if (timeout !== undefined && !(Number.isInteger(timeout) && timeout >= 0 && timeout <= MAX_TIMEOUT)) {
+    const error = new RangeError(`The value of "options.timeout" is out of range. It must be >= 0 && <= ${MAX_TIMEOUT}. Received ${String(timeout)}`);
     error.code = 'ERR_OUT_OF_RANGE';
     throw error;
   }
@@ -67,7 +70,8 @@ function startNext() {
 }
 
 // Runs `git args...` in `folder` with `input` (a Buffer) on its standard input, or none. Resolves
-// to { exitCode, signal, stdout, stderr } (Buffers) once git has ended; rejects when git cannot be
+// to { exitCode, signal, stdout, stderr } once git has ended: stdout as the Buffers in which it
+// came (the renders join them off the script thread), stderr as one Buffer; rejects when git cannot be
 // started, or once the whole process group is gone after an abort (ABORT_ERR) or a timeout
 // (ETIMEDOUT).
 async function runGit(args, folder, { input, signal, timeout } = {}) {
@@ -129,7 +133,7 @@ async function runGit(args, folder, { input, signal, timeout } = {}) {
         reject(stopping);
         return;
       }
-      resolve({ exitCode, signal: exitSignal, stdout: Buffer.concat(stdout), stderr: Buffer.concat(stderr) });
+      resolve({ exitCode, signal: exitSignal, stdout, stderr: Buffer.concat(stderr) });
     });
   });
 }

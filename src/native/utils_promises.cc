@@ -47,6 +47,35 @@ Napi::Buffer<char> bufferArgument(const Napi::CallbackInfo& info, std::size_t in
 
 Bytes bytesOf(const Napi::Buffer<char>& buffer) { return Bytes{buffer.Data(), buffer.Length()}; }
 
+// The pieces of git's standard output as child_process delivered them (an Array of Buffers),
+// joined by a render off the script thread, so that the script thread never copies the output.
+struct Pieces {
+  std::vector<Bytes> parts;
+  std::string joined() const {
+    std::size_t size = 0;
+    for (const Bytes& part : parts) size += part.size;
+    std::string text;
+    text.reserve(size);
+    for (const Bytes& part : parts) text.append(part.data, part.size);
+    return text;
+  }
+};
+
+// Reads argument `index`, an Array of Buffers, adding each buffer to `kept`.
+Pieces piecesArgument(const Napi::CallbackInfo& info, std::size_t index, std::vector<Napi::Object>& kept) {
+  if (!info[index].IsArray()) throw Napi::TypeError::New(info.Env(), "expected an Array of Buffers");
+  const Napi::Array array = info[index].As<Napi::Array>();
+  Pieces pieces;
+  for (uint32_t i = 0; i < array.Length(); ++i) {
+    const Napi::Value part = array.Get(i);
+    if (!part.IsBuffer()) throw Napi::TypeError::New(info.Env(), "expected an Array of Buffers");
+    const Napi::Buffer<char> buffer = part.As<Napi::Buffer<char>>();
+    pieces.parts.push_back(bytesOf(buffer));
+    kept.push_back(buffer);
+  }
+  return pieces;
+}
+
 Napi::Array stringArray(Napi::Env env, const std::vector<std::string>& words) {
   Napi::Array array = Napi::Array::New(env, words.size());
   for (std::size_t i = 0; i < words.size(); ++i) array.Set(static_cast<uint32_t>(i), Napi::String::New(env, words[i]));
@@ -113,26 +142,26 @@ Napi::Value showsGitError(const Napi::CallbackInfo& info) {
   return Napi::Boolean::New(info.Env(), shows);
 }
 
-// (log, filePath, selectedHash), all Buffers; the log is git's raw standard output.
+// (log, filePath, selectedHash): the log as git's raw standard output in pieces, the others Buffers.
 Napi::Value renderCommitOptions(const Napi::CallbackInfo& info) {
-  const Napi::Buffer<char> log = bufferArgument(info, 0);
-  const Napi::Buffer<char> filePath = bufferArgument(info, 1);
-  const Napi::Buffer<char> selectedHash = bufferArgument(info, 2);
-  const Bytes logBytes = bytesOf(log), pathBytes = bytesOf(filePath), hashBytes = bytesOf(selectedHash);
-  return RenderWorker::start(info.Env(), [logBytes, pathBytes, hashBytes] {
-    return tarnwick::renderCommitOptions(tarnwick::asReadInPieces(logBytes.copy()), pathBytes.copy(), hashBytes.copy());
-  }, {log, filePath, selectedHash});
+  std::vector<Napi::Object> kept = {bufferArgument(info, 1), bufferArgument(info, 2)};
+  const Bytes filePath = bytesOf(kept[0].As<Napi::Buffer<char>>());
+  const Bytes selectedHash = bytesOf(kept[1].As<Napi::Buffer<char>>());
+  const Pieces log = piecesArgument(info, 0, kept);
+  return RenderWorker::start(info.Env(), [log, filePath, selectedHash] {
+    return tarnwick::renderCommitOptions(tarnwick::asReadInPieces(log.joined()), filePath.copy(), selectedHash.copy());
+  }, kept);
 }
 
-// (blame, baseColor, contentText), all Buffers; the blame is git's raw standard output.
+// (blame, baseColor, contentText): the blame as git's raw standard output in pieces, the others Buffers.
 Napi::Value renderCodeView(const Napi::CallbackInfo& info) {
-  const Napi::Buffer<char> blame = bufferArgument(info, 0);
-  const Napi::Buffer<char> baseColor = bufferArgument(info, 1);
-  const Napi::Buffer<char> contentText = bufferArgument(info, 2);
-  const Bytes blameBytes = bytesOf(blame), colorBytes = bytesOf(baseColor), contentBytes = bytesOf(contentText);
-  return RenderWorker::start(info.Env(), [blameBytes, colorBytes, contentBytes] {
-    return tarnwick::renderCodeView(tarnwick::asReadInPieces(blameBytes.copy()), colorBytes.copy(), contentBytes.copy());
-  }, {blame, baseColor, contentText});
+  std::vector<Napi::Object> kept = {bufferArgument(info, 1), bufferArgument(info, 2)};
+  const Bytes baseColor = bytesOf(kept[0].As<Napi::Buffer<char>>());
+  const Bytes contentText = bytesOf(kept[1].As<Napi::Buffer<char>>());
+  const Pieces blame = piecesArgument(info, 0, kept);
+  return RenderWorker::start(info.Env(), [blame, baseColor, contentText] {
+    return tarnwick::renderCodeView(tarnwick::asReadInPieces(blame.joined()), baseColor.copy(), contentText.copy());
+  }, kept);
 }
 
 Napi::Object init(Napi::Env env, Napi::Object exports) {
