@@ -21,6 +21,23 @@ function signalGroup(group, signal) {
   } catch (error) { /* the group is gone already */ }
 }
 
+// How long to wait for the processes of an ended group to be gone before settling anyway: one
+// that SIGKILL hit runs no more code but may take a moment to exit, and an orphan's remains stay
+// until its new parent collects them.
+const GONE_WAIT_MS = 200;
+
+// Resolves once no process of `group` is left, or after GONE_WAIT_MS.
+async function groupGone(group) {
+  for (const end = Date.now() + GONE_WAIT_MS; Date.now() < end;) {
+    try {
+      process.kill(-group, 0);
+    } catch (error) {
+      return;
+    }
+    await new Promise((resolve) => setTimeout(resolve, 5));
+  }
+}
+
 // The longest delay a timer takes (about 24.8 days); a longer one would fire at once.
 const MAX_TIMEOUT = 2 ** 31 - 1;
 
@@ -130,7 +147,7 @@ async function runGit(args, folder, { input, signal, timeout } = {}) {
       if (stopping) {
         // Whatever of the group outlived git (and closed its output) ends now, before settling.
         signalGroup(child.pid, 'SIGKILL');
-        reject(stopping);
+        groupGone(child.pid).then(() => reject(stopping));
         return;
       }
       resolve({ exitCode, signal: exitSignal, stdout, stderr: Buffer.concat(stderr) });
