@@ -16,5 +16,9 @@ export function grdh(patchText: string, repoPath: string): boolean;
 export function gafh(): string;
 /** Returns the option elements of the commits that touched a file, followed across renames, newest first. */
 export function mtgcld(filePath: string, repoPath: string, selectedHash: string): string;
-/** Returns the blame-annotated code view of a file as in HEAD; contentText (null for git's own lines) replaces the shown lines. */
-export function mtgch(filePath: string, repoPath: string, baseColor: string, contentText?: string | null): string;
+/**
+ * Returns the blame-annotated code view of a file as in HEAD. contentText replaces the shown
+ * lines; null (or "") shows git's own lines. An omitted contentText is not null: it is converted
+ * like any other value and shows the text "undefined".
+ */
+export function mtgch(filePath: string, repoPath: string, baseColor: string, contentText: string | null): string;

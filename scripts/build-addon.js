@@ -1,6 +1,10 @@
 'use strict';
-// Builds build/Release/utils.node against the headers of the Node.js that runs this script, so the
-// build never downloads headers. Any failure ends in one line that says what is missing.
+// Builds build/Release/utils.node (the synchronous add-on) and build/Release/utils_promises.node
+// (the promise face) in one node-gyp run, against the headers of the Node.js that runs this
+// script, so the build never downloads headers. When npm passes the settings of another host
+// (npm_config_runtime=electron with npm_config_target and npm_config_disturl, as an Electron
+// application's .npmrc sets them), those reach node-gyp instead, which then builds against that
+// host's headers from that address. Any failure ends in one line that says what is missing.
 const fs = require('fs');
 const path = require('path');
 const { spawnSync } = require('child_process');
@@ -39,8 +43,25 @@ function hasCompiler() {
   return probe.status === 0;
 }
 
-const nodeDir = findNodeDir();
-if (!nodeDir) {
+// Returns node-gyp's arguments for the host npm names, or null when it names none but this Node.
+function otherHostArguments() {
+  const { npm_config_runtime: runtime, npm_config_target: target, npm_config_disturl: distUrl } = process.env;
+  if (runtime === 'electron') {
+    if (!target || !distUrl) {
+      fail('npm_config_runtime=electron also needs npm_config_target (the Electron version) and npm_config_disturl (where its headers are); or run npx @electron/rebuild');
+    }
+    return [`--runtime=electron`, `--target=${target}`, `--dist-url=${distUrl}`];
+  }
+  if (runtime && runtime !== 'node') fail(`npm_config_runtime=${runtime} is not a host this add-on builds for (node or electron)`);
+  if (target && target.replace(/^v/, '') !== process.versions.node) {
+    return ['--runtime=node', `--target=${target}`, ...(distUrl ? [`--dist-url=${distUrl}`] : [])];
+  }
+  return null;
+}
+
+const hostArguments = otherHostArguments();
+const nodeDir = hostArguments ? null : findNodeDir();
+if (!hostArguments && !nodeDir) {
   fail(`no Node.js headers beside ${process.execPath} (expected include/node/node.h and common.gypi; install your distribution's Node.js development headers or set npm_config_nodedir)`);
 }
 if (!hasCompiler()) fail('no C++ compiler found (install g++ or clang++, or set CXX)');
@@ -51,8 +72,12 @@ if (spawnSync('python3', ['--version'], { stdio: 'ignore' }).status !== 0
 const nodeGyp = findNodeGyp();
 if (!nodeGyp) fail('node-gyp not found (run the build through npm, or install node-gyp)');
 
-const run = spawnSync(process.execPath, [nodeGyp, 'rebuild', `--nodedir=${nodeDir}`, '--jobs=max'], {
+// A nodedir (npm's own setting included) would make node-gyp take this Node's headers again.
+const env = { ...process.env };
+if (hostArguments) delete env.npm_config_nodedir;
+const run = spawnSync(process.execPath, [nodeGyp, 'rebuild', ...(hostArguments || [`--nodedir=${nodeDir}`]), '--jobs=max'], {
   cwd: root,
+  env,
   stdio: process.env.UTILS_VERBOSE_BUILD ? 'inherit' : ['ignore', 'pipe', 'pipe'],
   encoding: 'utf8',
   maxBuffer: 64 * 1024 * 1024,
@@ -61,6 +86,7 @@ if (run.status !== 0) {
   // node-gyp's progress lines are noise once it failed; the compiler's messages are what matter.
   const output = `${run.stdout || ''}${run.stderr || ''}`.split('\n').filter((line) => !/^gyp info /.test(line));
   process.stderr.write(output.join('\n'));
-  fail(`node-gyp exited with status ${run.status} (compiler output above)`);
+  fail(`node-gyp exited with status ${run.status} (its output above)`);
 }
-process.stdout.write(`utils: built ${path.join('build', 'Release', 'utils.node')} against ${nodeDir}\n`);
+const host = hostArguments ? hostArguments.join(' ') : nodeDir;
+process.stdout.write(`utils: built build/Release/utils.node and utils_promises.node against ${host}\n`);

@@ -1,6 +1,8 @@
 'use strict';
-// Prints the add-on's C++ sources, one per line, relative to the package root: the binding file
-// and every .cc file of the subsystem folders. binding.gyp and CMakeLists.txt share this list.
+// Prints C++ sources, one per line, relative to the package root. `core`: every .cc file of the
+// subsystem folders (the plain C++ core, which binding.gyp builds once as a static library and
+// CMake as utils_core); `utils`: the synchronous binding; `promises`: the promise face's binding
+// files, the .cc files beside utils.cc. Without an argument: the synchronous add-on's full list.
 const fs = require('fs');
 const path = require('path');
 
@@ -18,9 +20,16 @@ function coreSources() {
   return out.sort();
 }
 
-module.exports = { coreSources };
+function bindingSources(face) {
+  const files = fs.readdirSync(path.join(root, native)).filter((file) => file.endsWith('.cc')).sort();
+  const chosen = face === 'utils' ? files.filter((file) => file === 'utils.cc') : files.filter((file) => file !== 'utils.cc');
+  return chosen.map((file) => [native, file].join('/'));
+}
+
+module.exports = { coreSources, bindingSources };
 
 if (require.main === module) {
-  const all = [[native, 'utils.cc'].join('/'), ...coreSources()];
-  process.stdout.write(all.join('\n') + '\n');
+  const which = process.argv[2];
+  const list = which === 'core' ? coreSources() : which ? bindingSources(which) : [...bindingSources('utils'), ...coreSources()];
+  process.stdout.write(list.join('\n') + '\n');
 }

@@ -1,0 +1,83 @@
+'use strict';
+// The promise face: the synchronous add-on's eight methods, under the same names and with the
+// same arguments, each returning a Promise. The git-running methods take an optional last
+// argument { signal, timeout }. Arguments are read exactly as the synchronous add-on reads them
+// (by the binding, before the call returns); git runs as a child process of Node's own; parsing
+// and rendering run in the native core on the host's thread pool. Where git fails, the promise
+// rejects with an Error whose `code` says why (see README).
+const { isUtf8 } = require('buffer');
+const native = require('./build/Release/utils_promises.node');
+const { runGit, readRunOptions } = require('./lib/git-run');
+const { gitFailed, invalidArgValue } = require('./lib/errors');
+
+const NO_TEXT = Buffer.alloc(0);
+
+// Returns converted path bytes as the string that reaches git unchanged. A zero character would
+// end the name early and a lone surrogate has no UTF-8 form a child process can receive, so both
+// are refused before anything runs.
+function gitPath(bytes, name, value) {
+  if (bytes.includes(0)) throw invalidArgValue(name, value, 'must not contain a zero character');
+  if (!isUtf8(bytes)) throw invalidArgValue(name, value, 'must not contain a lone surrogate');
+  return bytes.toString('utf8');
+}
+
+// Resolves to git's standard output (its Buffers) when it exits with status 0; rejects with
+// GIT_FAILED else.
+async function gitOutput(args, folder, options) {
+  const result = await runGit(args, folder, options);
+  if (result.exitCode !== 0) throw gitFailed(args, result);
+  return result.stdout;
+}
+
+// Returns the method that applies a hunk as `action` (0 stage, 1 unstage, 2 discard) says: the
+// patch goes to git apply on its standard input, and the promise fulfils with true, or rejects
+// with git's message when git refuses the hunk.
+function hunkMethod(name, action) {
+  const method = {
+    async [name](patchText, repoPath, options) {
+      const patch = native.text(patchText);
+      const repo = native.text(repoPath);
+      const runOptions = readRunOptions(options);
+      const folder = gitPath(repo, 'repoPath', repoPath);
+      const args = native.hunkApplyArguments(action);
+      const result = await runGit(args, folder, { ...runOptions, input: patch });
+      if (result.exitCode === 0 && !native.showsGitError(Buffer.concat(result.stdout), result.stderr)) return true;
+      throw gitFailed(args, result);
+    },
+  };
+  return method[name];
+}
+
+async function mtgcld(filePath, repoPath, selectedHash, options) {
+  const file = native.text(filePath);
+  const repo = native.text(repoPath);
+  const selected = native.text(selectedHash);
+  const runOptions = readRunOptions(options);
+  const folder = gitPath(repo, 'repoPath', repoPath);
+  gitPath(file, 'filePath', filePath);
+  const log = await gitOutput(native.commitLogArguments(file), folder, runOptions);
+  return native.renderCommitOptions(log, file, selected);
+}
+
+async function mtgch(filePath, repoPath, baseColor, contentText, options) {
+  const file = native.text(filePath);
+  const repo = native.text(repoPath);
+  const color = native.text(baseColor);
+  const content = contentText === null ? NO_TEXT : native.text(contentText);
+  const runOptions = readRunOptions(options);
+  const folder = gitPath(repo, 'repoPath', repoPath);
+  gitPath(file, 'filePath', filePath);
+  const blame = await gitOutput(native.blameArguments(file), folder, runOptions);
+  return native.renderCodeView(blame, color, content);
+}
+
+module.exports = {
+  cd: native.cd,
+  smc: native.smc,
+  grsh: hunkMethod('grsh', 0),
+  gruh: hunkMethod('gruh', 1),
+  grdh: hunkMethod('grdh', 2),
+  gafh: native.gafh,
+  mtgcld,
+  mtgch,
+};

@@ -1,0 +1,8 @@
+// The promise face as an ES module: its eight methods as named exports, and the CommonJS exports
+// object itself as the default export.
+import { createRequire } from 'node:module';
+
+const utils = createRequire(import.meta.url)('./promises.js');
+
+export const { cd, smc, grsh, gruh, grdh, gafh, mtgcld, mtgch } = utils;
+export default utils;

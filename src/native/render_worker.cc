@@ -1,0 +1,47 @@
+#include "render_worker.h"
+
+#include <utility>
+
+namespace tarnwick {
+
+namespace {
+
+void settle(Napi::Promise::Deferred& deferred, Napi::Env env, const ScriptString& text) {
+  const Napi::Value string = text.make(env);
+  if (string.IsEmpty()) {
+    deferred.Reject(stringTooLongError(env, text.bytes()).Value());
+  } else {
+    deferred.Resolve(string);
+  }
+}
+
+}  // namespace
+
+Napi::Promise RenderWorker::start(Napi::Env env, Render render, const std::vector<Napi::Object>& kept) {
+  auto* worker = new RenderWorker(env, std::move(render), kept);
+  const Napi::Promise promise = worker->deferred_.Promise();
+  worker->Queue();  // the worker deletes itself once it has settled the promise
+  return promise;
+}
+
+RenderWorker::RenderWorker(Napi::Env env, Render render, const std::vector<Napi::Object>& kept)
+    : Napi::AsyncWorker(env, "tarnwick:render"), render_(std::move(render)), deferred_(Napi::Promise::Deferred::New(env)) {
+  kept_.reserve(kept.size());
+  for (const Napi::Object& object : kept) kept_.push_back(Napi::Persistent(object));
+}
+
+// A std::exception thrown here (memory running out on a huge text) rejects the promise with its
+// message: AsyncWorker catches it.
+void RenderWorker::Execute() { result_.reset(new ScriptString(render_())); }
+
+void RenderWorker::OnOK() { settle(deferred_, Env(), *result_); }
+
+void RenderWorker::OnError(const Napi::Error& error) { deferred_.Reject(error.Value()); }
+
+Napi::Promise settledWithText(Napi::Env env, std::string text) {
+  Napi::Promise::Deferred deferred = Napi::Promise::Deferred::New(env);
+  settle(deferred, env, ScriptString(std::move(text)));
+  return deferred.Promise();
+}
+
+}  // namespace tarnwick

@@ -1,0 +1,43 @@
+#ifndef UTILS_RENDER_WORKER_H
+#define UTILS_RENDER_WORKER_H
+
+// Renders a view on a thread of the host's pool, so that parsing, rendering and the decoding of
+// the result never hold up the script thread, and settles a promise with it.
+#include <napi.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "script_text.h"
+
+namespace tarnwick {
+
+class RenderWorker final : public Napi::AsyncWorker {
+ public:
+  using Render = std::function<std::string()>;
+
+  // Queues `render` and returns the promise that its result, as a script string, fulfils. The
+  // buffers in `kept` are held until `render` has run, so it may read their bytes in place.
+  static Napi::Promise start(Napi::Env env, Render render, const std::vector<Napi::Object>& kept = {});
+
+ private:
+  RenderWorker(Napi::Env env, Render render, const std::vector<Napi::Object>& kept);
+  void Execute() override;
+  void OnOK() override;
+  void OnError(const Napi::Error& error) override;
+
+  Render render_;
+  std::unique_ptr<ScriptString> result_;
+  Napi::Promise::Deferred deferred_;
+  std::vector<Napi::ObjectReference> kept_;
+};
+
+// Returns a promise settled at once with `text`, rendered on the script thread (for work too
+// small to be worth a trip to the pool); rejected when the text is too long for a string.
+Napi::Promise settledWithText(Napi::Env env, std::string text);
+
+}  // namespace tarnwick
+
+#endif

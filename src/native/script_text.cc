@@ -1,0 +1,80 @@
+#include "script_text.h"
+
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "convert/utf8_codec.h"
+
+namespace tarnwick {
+
+std::string readScriptText(napi_env env, napi_value value) {
+  std::string out;
+  napi_valuetype type = napi_undefined;
+  if (napi_typeof(env, value, &type) != napi_ok) return out;
+  napi_value text = value;
+  if (type != napi_string && napi_coerce_to_string(env, value, &text) != napi_ok) {
+    napi_value thrown;
+    napi_get_and_clear_last_exception(env, &thrown);
+    return out;
+  }
+  std::size_t length = 0;
+  if (napi_get_value_string_utf16(env, text, nullptr, 0, &length) != napi_ok || length == 0) return out;
+  std::vector<char16_t> units(length + 1);
+  napi_get_value_string_utf16(env, text, units.data(), units.size(), &length);
+  out.reserve(length);
+  appendUtf16AsUtf8(reinterpret_cast<const std::uint16_t*>(units.data()), length, out);
+  return out;
+}
+
+// ASCII goes to the host as one-byte text; other valid UTF-8 is decoded here (the host's decoder
+// is several times slower, and would run on the script thread); only text that is not UTF-8 is
+// left to the host, so that its replacement characters are exactly the host's.
+ScriptString::ScriptString(std::string text) : text_(std::move(text)) {
+  const void* zero = std::memchr(text_.data(), 0, text_.size());
+  size_ = zero ? static_cast<std::size_t>(static_cast<const char*>(zero) - text_.data()) : text_.size();
+  const std::size_t ascii = asciiPrefixLength(text_.data(), size_);
+  if (ascii == size_) return;
+  units_.reset(new std::uint16_t[size_]);
+  for (std::size_t i = 0; i < ascii; ++i) units_[i] = static_cast<unsigned char>(text_[i]);
+  const std::ptrdiff_t decoded = decodeUtf8(text_.data() + ascii, size_ - ascii, units_.get() + ascii);
+  if (decoded < 0) {
+    units_.reset();
+    form_ = Form::NotUtf8;
+    return;
+  }
+  form_ = Form::Utf16;
+  length_ = ascii + static_cast<std::size_t>(decoded);
+  std::string().swap(text_);
+}
+
+Napi::Value ScriptString::make(Napi::Env env) const {
+  napi_value string = nullptr;
+  napi_status status;
+  switch (form_) {
+    case Form::Ascii:
+      status = napi_create_string_latin1(env, text_.data(), size_, &string);
+      break;
+    case Form::Utf16:
+      status = napi_create_string_utf16(env, reinterpret_cast<const char16_t*>(units_.get()), length_, &string);
+      break;
+    default:
+      status = napi_create_string_utf8(env, text_.data(), size_, &string);
+      break;
+  }
+  if (status != napi_ok) {
+    napi_value thrown;
+    napi_get_and_clear_last_exception(env, &thrown);
+    return Napi::Value();
+  }
+  return Napi::Value(env, string);
+}
+
+Napi::Error stringTooLongError(Napi::Env env, std::size_t bytes) {
+  Napi::Error error = Napi::RangeError::New(
+      env, "The result (" + std::to_string(bytes) + " bytes) is longer than the longest possible string");
+  error.Set("code", Napi::String::New(env, "ERR_STRING_TOO_LONG"));
+  return error;
+}
+
+}  // namespace tarnwick

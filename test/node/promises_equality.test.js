@@ -1,0 +1,89 @@
+'use strict';
+// The promise face against its synchronous twin: wherever the twin returns a view or true, the
+// promise fulfils with the identical string or true, on real repositories and generated text,
+// odd arguments included.
+const test = require('node:test');
+const assert = require('node:assert');
+const path = require('path');
+const { inspect } = require('util');
+const sync = require('../..');
+const promises = require('../../promises');
+const { makeRepo, commit, git } = require('./support/repo');
+
+const METHODS = ['cd', 'smc', 'grsh', 'gruh', 'grdh', 'gafh', 'mtgcld', 'mtgch'];
+// Values that each method reads by the script's string conversion, as the twin does.
+const ODD = [undefined, null, 0, -0, 12.5, 10n, true, [1, '<'], { toString() { return 'a.txt'; } },
+  { toString() { throw new Error('no'); } }, Symbol('s'), '', 'zo\u00eb \u{1f600}', 'a\ud800b', 'x\0y'];
+
+// Asserts that the promise fulfils as the twin returns; where the twin gives "" (no view) the
+// promise may instead reject, with a code.
+async function assertTwin(name, args) {
+  const expected = sync[name](...args);
+  const label = `${name} ${inspect(args, { maxStringLength: 40 })}`;
+  if (expected === '') {
+    await promises[name](...args).then((got) => assert.strictEqual(got, '', label), (error) => assert.ok(error.code, label));
+  } else {
+    assert.strictEqual(await promises[name](...args), expected, label);
+  }
+}
+
+test('the promise face exports the eight names in the twin\'s order', () => {
+  assert.deepStrictEqual(Object.keys(promises), METHODS);
+  for (const name of METHODS) assert.strictEqual(promises[name].name, name);
+});
+
+test('mtgch and mtgcld match the twin on a real repository with a rename, whatever the arguments', async () => {
+  const repo = makeRepo('odd \'"$`\\ folder');
+  commit(repo, { 'a.txt': 'one\n\ntwo <&>\r\nthree #ff0000\n', 'b.txt': 'b\n' }, 'first <&> \'"', 1500000000);
+  git(repo, ['mv', 'a.txt', 'moved \u00e9.txt']);
+  commit(repo, { 'moved \u00e9.txt': 'one\nTWO\n\nthree\n', '-dash.txt': 'x\n' }, `second ${'long '.repeat(30)}`);
+  const head = git(repo, ['rev-parse', '--short', 'HEAD']).trim();
+  const calls = [];
+  for (const file of ['moved \u00e9.txt', 'b.txt', '-dash.txt', 'a.txt', 'none.txt']) {
+    for (const content of [null, '', 'x\ny\n', '\u00e9\ud800\n'.repeat(1200)]) calls.push(['mtgch', [file, repo, 'ffffff', content]]);
+    calls.push(['mtgch', [file, repo, '000000']], ['mtgcld', [file, repo, head]], ['mtgcld', [file, repo, '']]);
+  }
+  for (const odd of ODD) {
+    calls.push(['mtgch', ['b.txt', repo, odd, odd]], ['mtgch', [odd, repo, 'fff', null]], ['mtgch', ['b.txt', odd]]);
+    calls.push(['mtgcld', ['b.txt', repo, odd]], ['mtgcld', [odd, repo, odd]]);
+  }
+  calls.push(['mtgch', []], ['mtgcld', []], ['mtgch', ['b.txt', repo]], ['mtgch', ['b.txt', path.join(repo, 'missing'), '']]);
+  for (const [name, args] of calls) await assertTwin(name, args);
+});
+
+test('cd, smc and gafh match the twin on generated text and odd arguments', async () => {
+  const pieces = ['+', '-', '@@ -1,2 +1,3 @@', '\n', '\r\n', '#abcdef', 'rgb(1, 2, 3)', '\\ No newline at end of file',
+    '<<<<<<< HEAD', '=======', '>>>>>>> b', '<', '&', '\u00e9', '\u{1f600}', '\ud800', '\0', 'x', ' '];
+  let seed = 7;
+  const next = () => { seed = (seed * 1103515245 + 12345) % 2147483648; return seed; };
+  const texts = [];
+  for (let round = 0; round < 60; round += 1) {
+    let text = '';
+    const target = round % 10 === 0 ? 150000 + (next() % 20000) : next() % 3000;
+    while (text.length < target) text += next() % 50 === 0 ? 'w'.repeat(next() % 12000) : pieces[next() % pieces.length];
+    texts.push(text);
+  }
+  for (const text of [...texts, ...ODD]) {
+    await assertTwin('smc', [text]);
+    for (const flags of [[true, true], [false, true], [1, 0], [{}, null]]) await assertTwin('cd', [text, ...flags]);
+  }
+  for (const args of [[], ['+a'], ['+a', true], ['+a', true, undefined]]) {
+    assert.strictEqual(await promises.cd(...args), sync.cd(...args));
+  }
+  assert.strictEqual(await promises.gafh(1, null), sync.gafh());
+});
+
+test('a hunk staged, unstaged and discarded through either face leaves the same repository', async () => {
+  const twins = [makeRepo(), makeRepo()];
+  const states = [];
+  for (const [face, repo] of [[sync, twins[0]], [promises, twins[1]]]) {
+    commit(repo, { 'f.txt': 'one\ntwo\nthree\n' }, 'first');
+    commit(repo, { 'f.txt': 'one\n2 \u00e9\nthree\nfour\n' }, 'second');
+    require('fs').writeFileSync(path.join(repo, 'f.txt'), 'one\n2 \u00e9\nthree\n4\n');
+    const patch = git(repo, ['diff']);
+    const answers = [];
+    for (const name of ['grsh', 'gruh', 'grsh', 'grdh']) answers.push(await face[name](patch, repo));
+    states.push({ answers, index: git(repo, ['diff', '--cached']), tree: git(repo, ['diff']) });
+  }
+  assert.deepStrictEqual(states[1], states[0]);
+});

@@ -1,0 +1,79 @@
+'use strict';
+// How the promise face fails: each failure rejects with its own code, and an abort or a timeout
+// ends git and every process it started before the promise settles.
+const test = require('node:test');
+const assert = require('node:assert');
+const fs = require('fs');
+const path = require('path');
+const promises = require('../../promises');
+const { makeRepo, commit, tempDir } = require('./support/repo');
+
+const repo = makeRepo();
+commit(repo, { 'a.txt': 'one\n' }, 'first');
+
+// Runs `body` with `bin` first on PATH (a stand-in git there, or none at all when PATH is `bin` alone).
+async function withPath(bin, body, alone = false) {
+  const saved = process.env.PATH;
+  process.env.PATH = alone ? bin : `${bin}${path.delimiter}${saved}`;
+  try { return await body(); } finally { process.env.PATH = saved; }
+}
+
+test('each failure rejects with a code that says why', async () => {
+  const bin = tempDir();
+  const table = [
+    ['a missing folder', () => promises.mtgch('a.txt', path.join(repo, 'missing'), 'fff', null), { code: 'ENOENT', path: path.join(repo, 'missing') }],
+    ['an empty folder name', () => promises.mtgcld('a.txt', '', ''), { code: 'ENOENT', path: '' }],
+    ['a file as folder', () => promises.grsh('x', path.join(repo, 'a.txt')), { code: 'ENOTDIR', path: path.join(repo, 'a.txt') }],
+    ['no repository', () => promises.mtgcld('a.txt', bin, ''), { code: 'GIT_FAILED', exitCode: 128, stderr: /not a git repository/ }],
+    ['a file not in HEAD', () => promises.mtgch('b.txt', repo, 'fff', null), { code: 'GIT_FAILED', exitCode: 128, stderr: /b\.txt/ }],
+    ['a refused hunk', () => promises.grdh('not a patch', repo), { code: 'GIT_FAILED', message: /No valid patches/ }],
+    ['a zero in a path', () => promises.mtgch('a\0', repo, 'fff', null), { code: 'ERR_INVALID_ARG_VALUE' }],
+    ['a lone surrogate in a folder', () => promises.gruh('x', `${repo}\ud800`), { code: 'ERR_INVALID_ARG_VALUE' }],
+    ['options of the wrong kind', () => promises.grsh('x', repo, 'fast'), { code: 'ERR_INVALID_ARG_TYPE' }],
+    ['a negative timeout', () => promises.grsh('x', repo, { timeout: -1 }), { code: 'ERR_OUT_OF_RANGE' }],
+    ['git missing', () => withPath(bin, () => promises.mtgch('a.txt', repo, 'fff', null), true), { code: 'ENOENT', path: 'git' }],
+  ];
+  for (const [what, call, expected] of table) await assert.rejects(call(), expected, what);
+});
+
+test('the patch reaches git apply on its standard input, byte for byte, and no patch file is named', async () => {
+  const bin = tempDir();
+  fs.writeFileSync(path.join(bin, 'git'), `#!/bin/sh\nprintf '%s\\n' "$@" > '${bin}/args'\ncat > '${bin}/stdin'\n`, { mode: 0o755 });
+  assert.strictEqual(await withPath(bin, () => promises.grdh('@@ \u00e9\0\ud800\n', repo)), true);
+  assert.strictEqual(fs.readFileSync(path.join(bin, 'args'), 'utf8'), 'apply\n-R\n--ignore-space-change\n--ignore-whitespace\n--whitespace=fix\n');
+  assert.deepStrictEqual(fs.readFileSync(path.join(bin, 'stdin')), Buffer.from('@@ \xc3\xa9\0\xed\xa0\x80\n', 'latin1'));
+});
+
+// Returns whether a process still runs (a zombie waiting to be reaped has ended).
+function running(pid) {
+  try {
+    return !/^\d+ \(.*\) Z/.test(fs.readFileSync(`/proc/${pid}/stat`, 'utf8'));
+  } catch (error) {
+    try { return process.kill(pid, 0); } catch (gone) { return false; }
+  }
+}
+
+test('abort and timeout end git and its children, which are gone when the promise rejects', async () => {
+  const cases = [ // what, options, abort while git runs, code, git ignores SIGTERM
+    ['abort before the run', { signal: AbortSignal.abort() }, false, 'ABORT_ERR'],
+    ['abort during the run', new AbortController(), true, 'ABORT_ERR'],
+    ['timeout', { timeout: 500 }, false, 'ETIMEDOUT'],
+    ['abort of a git that ignores SIGTERM', new AbortController(), true, 'ABORT_ERR', true],
+  ];
+  for (const [what, options, abortDuring, code, ignoreTerm] of cases) {
+    // A stand-in git that starts a child (its output elsewhere, so only the kill of the whole
+    // group ends it in time) and waits for it, having written both process ids.
+    const bin = tempDir();
+    const pidFile = path.join(bin, 'pids');
+    fs.writeFileSync(path.join(bin, 'git'), `#!/bin/sh\n${ignoreTerm ? "trap '' TERM\n" : ''}sleep 60 >/dev/null 2>&1 &\n`
+      + `echo $$ $! > '${pidFile}.new'\nmv '${pidFile}.new' '${pidFile}'\nwait\n`, { mode: 0o755 });
+    await withPath(bin, async () => {
+      const call = promises.mtgch('a.txt', repo, 'fff', null, abortDuring ? { signal: options.signal } : options);
+      while (abortDuring && !fs.existsSync(pidFile)) await new Promise((resolve) => setTimeout(resolve, 10));
+      if (abortDuring) options.abort();
+      await assert.rejects(call, { code }, what);
+    });
+    if (options.signal && !abortDuring) assert.ok(!fs.existsSync(pidFile), `${what}: nothing ran`);
+    else assert.deepStrictEqual(fs.readFileSync(pidFile, 'utf8').trim().split(' ').map(Number).map(running), [false, false], what);
+  }
+});
