@@ -59,7 +59,7 @@ float getHexColorDelta(std::string first, std::string second) {
 }
 
 std::string renderCodeView(const std::string& blame, const std::string& baseColor, const std::string& contentText) {
-  std::vector<std::string> lines;
+  std::vector<std::string_view> lines;
   std::uint8_t width = 35;
   if (!contentText.empty()) {
     lines = tarnwick::split(contentText, '\n');
@@ -75,7 +75,7 @@ std::string renderCodeView(const std::string& blame, const std::string& baseColo
     if (static_cast<double>(getHexColorDelta(color, baseColor)) > 0.65) color = color.substr(0, 4) + "ff";
     std::string content;
     if (!contentText.empty()) {
-      if (lineNumber >= 1 && lineNumber <= lines.size()) content = lines[lineNumber - 1];
+      if (lineNumber >= 1 && lineNumber <= lines.size()) content = std::string(lines[lineNumber - 1]);
     } else {
       content = match[18].str();
     }

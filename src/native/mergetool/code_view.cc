@@ -9,6 +9,7 @@
 
 #include "command/exec.h"
 #include "command/path_operand.h"
+#include "command/split.h"
 #include "mergetool/blame_parser.h"
 #include "mergetool/color_delta.h"
 
@@ -30,21 +31,6 @@ unsigned long readLineNumber(std::string_view digits) {
   return value;
 }
 
-// Returns the pieces of `text` between line feeds, as split does, without copying them.
-std::vector<std::string_view> contentLines(const std::string& text) {
-  std::vector<std::string_view> lines;
-  std::size_t start = 0;
-  for (;;) {
-    const void* found = std::memchr(text.data() + start, '\n', text.size() - start);
-    if (found == nullptr) break;
-    const std::size_t end = static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
-    lines.emplace_back(text.data() + start, end - start);
-    start = end + 1;
-  }
-  lines.emplace_back(text.data() + start, text.size() - start);
-  return lines;
-}
-
 // Returns the pixel width of the number column: 10 per digit of the piece count plus 5, in
 // 8-bit arithmetic, and at least 35.
 unsigned numberColumnWidth(std::size_t pieces) {
@@ -63,7 +49,7 @@ std::string renderCodeView(const std::string& blame, const std::string& baseColo
   std::vector<std::string_view> lines;
   unsigned width = 35;
   if (!contentText.empty()) {
-    lines = contentLines(contentText);
+    lines = split(contentText, '\n');
     width = numberColumnWidth(lines.size());
   }
   char widthText[8];
