@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "diff/byte_bitmap.h"
+
 namespace tarnwick {
 
 namespace {
@@ -20,7 +22,8 @@ constexpr Piece piece(const char (&literal)[N]) {
 constexpr Piece kAddedOpen = piece("<div class='diff-added'><span class='diff-action'>+</span>");
 constexpr Piece kRemovedOpen = piece("<div class='diff-removed'><span class='diff-action'>-</span>");
 constexpr Piece kDivClose = piece("</div>");
-constexpr Piece kHeaderOpen = piece("<div class='diff-break'>");
+constexpr Piece kLineFeed = piece("\n");
+constexpr Piece kBreakOpen = piece("<div class='diff-break'>");
 constexpr Piece kHeaderTools = piece(
     "<div class='tools'><span class='discard-hunk link'>discard hunk</span>"
     "<span class='stage-hunk link'>stage hunk</span><span class='unstage-hunk link'>unstage hunk</span>"
@@ -31,78 +34,199 @@ constexpr Piece kNote = piece("\\ No newline at end of file");
 constexpr Piece kSwatchOpen = piece("<span class='color-preview' style='background-color: ");
 constexpr Piece kSwatchClose = piece("'></span>");
 
-inline void append(std::string& out, Piece p) { out.append(p.data, p.size); }
-
 inline bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
 inline bool isHex(char c) { return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
-inline void appendRange(std::string& out, const char* begin, const char* end) {
-  out.append(begin, static_cast<std::size_t>(end - begin));
-}
+// The markup of the common lines, indexed by kind (plain, added, removed): an opening piece, the
+// number of leading bytes it replaces, and a closing piece. Padded, so that each is copied with
+// one store of fixed size.
+constexpr std::size_t kPlain = 0;
+constexpr char kOpenText[3][64] = {"", "<div class='diff-added'><span class='diff-action'>+</span>",
+                                   "<div class='diff-removed'><span class='diff-action'>-</span>"};
+constexpr std::size_t kOpenSize[3] = {0, kAddedOpen.size, kRemovedOpen.size};
+constexpr char kCloseText[3][8] = {"", "</div>", "</div>"};
+constexpr std::size_t kCloseSize[3] = {0, kDivClose.size, kDivClose.size};
+static_assert(kAddedOpen.size < 64 && kRemovedOpen.size < 64, "an opening piece fits its padded copy");
 
-// Returns whether the eight bytes of `word` hold a byte equal to every byte of `pattern`'s.
-inline bool holdsByte(std::uint64_t word, std::uint64_t pattern) {
-  const std::uint64_t v = word ^ pattern;
-  return ((v - 0x0101010101010101ull) & ~v & 0x8080808080808080ull) != 0;
-}
-
-// Returns the first "#" or "r" in [p, end), or `end`; eight bytes at a time where neither occurs.
-const char* findColorStart(const char* p, const char* const end) {
-  while (end - p >= 8) {
-    std::uint64_t word;
-    std::memcpy(&word, p, 8);
-    if (holdsByte(word, 0x2323232323232323ull) || holdsByte(word, 0x7272727272727272ull)) break;
-    p += 8;
+// Copies `n` bytes exactly, without a library call for the short runs a diff line is made of.
+inline void copyBytes(char* d, const char* s, std::size_t n) {
+  if (n > 64) {
+    std::memcpy(d, s, n);
+  } else if (n >= 16) {
+    for (std::size_t i = 0; i + 16 < n; i += 16) std::memcpy(d + i, s + i, 16);
+    std::memcpy(d + n - 16, s + n - 16, 16);
+  } else if (n >= 8) {
+    std::memcpy(d, s, 8);
+    std::memcpy(d + n - 8, s + n - 8, 8);
+  } else if (n >= 4) {
+    std::memcpy(d, s, 4);
+    std::memcpy(d + n - 4, s + n - 4, 4);
+  } else if (n > 0) {
+    d[0] = s[0];
+    d[n / 2] = s[n / 2];
+    d[n - 1] = s[n - 1];
   }
-  while (p < end && *p != '#' && *p != 'r') ++p;
-  return p;
 }
 
-// Returns whether [begin, end) holds the missing-newline note.
-bool holdsNote(const char* begin, const char* end) {
-  while (static_cast<std::size_t>(end - begin) >= kNote.size) {
-    const void* slash = std::memchr(begin, '\\', static_cast<std::size_t>(end - begin) - kNote.size + 1);
+// The two ways of producing the result, run by the same scans: measuring it, and writing it to
+// memory sized by the measurement.
+struct Measure {
+  std::size_t size = 0;
+  void bytes(const char*, std::size_t n, const char*) { size += n; }
+  void put(Piece p) { size += p.size; }
+  void open(std::size_t kind) { size += kOpenSize[kind]; }
+  void close(std::size_t kind) { size += kCloseSize[kind]; }
+  void feed(bool feed) { size += feed; }
+};
+
+// Writes with whole stores that may run up to kColorDiffSlack bytes past what they keep; the
+// next write covers what they left there.
+struct Write {
+  char* at;
+  // Copies `n` bytes from `s`, reading nothing at or past `limit`.
+  void bytes(const char* s, std::size_t n, const char* limit) {
+    if (n <= 256 && static_cast<std::size_t>(limit - s) >= n + 32) {
+      for (std::size_t i = 0; i < n; i += 32) std::memcpy(at + i, s + i, 32);
+    } else {
+      copyBytes(at, s, n);
+    }
+    at += n;
+  }
+  void put(Piece p) {
+    std::memcpy(at, p.data, p.size);
+    at += p.size;
+  }
+  void open(std::size_t kind) {
+    std::memcpy(at, kOpenText[kind], sizeof kOpenText[kind]);
+    at += kOpenSize[kind];
+  }
+  void close(std::size_t kind) {
+    std::memcpy(at, kCloseText[kind], sizeof kCloseText[kind]);
+    at += kCloseSize[kind];
+  }
+  void feed(bool feed) {
+    *at = '\n';
+    at += feed;
+  }
+};
+
+// Returns, one after another, the positions of the bytes `a`, `b` and `c` in [begin, end), then
+// `end` for good. Finds them with the vectorised bitmap a window at a time.
+class BytePositions {
+ public:
+  BytePositions(const char* begin, const char* end, char a, char b, char c)
+      : window_(begin), end_(end), a_(a), b_(b), c_(c) {
+    load();
+  }
+
+  const char* next() {
+    while (bits_ == 0) {
+      if (word_ + 1 < words_) {
+        bits_ = map_[++word_];
+      } else if (static_cast<std::size_t>(end_ - window_) > kWindow) {
+        window_ += kWindow;
+        load();
+      } else {
+        return end_;
+      }
+    }
+    const char* at = window_ + 64 * word_ + __builtin_ctzll(bits_);
+    bits_ &= bits_ - 1;
+    return at;
+  }
+
+ private:
+  static constexpr std::size_t kWindow = 4096;
+
+  void load() {
+    const std::size_t left = static_cast<std::size_t>(end_ - window_);
+    const std::size_t size = left < kWindow ? left : kWindow;
+    words_ = (size + 63) / 64;
+    word_ = 0;
+    bits_ = 0;
+    if (size == 0) return;
+    byteBitmap(window_, size, a_, b_, c_, map_);
+    bits_ = map_[0];
+  }
+
+  const char* window_;
+  const char* const end_;
+  const char a_, b_, c_;
+  std::uint64_t map_[kWindow / 64];
+  std::size_t words_ = 0, word_ = 0;
+  std::uint64_t bits_ = 0;
+};
+
+// Returns whether [p, contentEnd) holds the missing-newline note.
+bool holdsNote(const char* p, const char* contentEnd) {
+  while (contentEnd - p >= static_cast<std::ptrdiff_t>(kNote.size)) {
+    const void* slash = std::memchr(p, '\\', static_cast<std::size_t>(contentEnd - p) - kNote.size + 1);
     if (slash == nullptr) return false;
     const char* at = static_cast<const char*>(slash);
     if (std::memcmp(at, kNote.data, kNote.size) == 0) return true;
-    begin = at + 1;
+    p = at + 1;
   }
   return false;
 }
 
-// Passes 1 to 4, fused: every line is classified once. A line's "content" runs from its start to
-// its first carriage return (what ".*" covers); the rest of the line follows the markup as it is.
-// A hunk header gains a line feed before and after its div (and any note div), which leaves the
-// lines around it empty or starting with a carriage return, so the note pass never matches them.
-void markLines(std::string& out, const char* p, const char* const end, bool markAddedRemoved) {
+// Writes a line that holds a carriage return or a backslash, or starts with "@": the general
+// rules. A line's "content" runs from its start to its first carriage return (what ".*" covers);
+// the rest of the line follows the markup as it is. A hunk header gains a line feed before and
+// after its div (and any note div), which leaves the lines around it empty or starting with a
+// carriage return, so the note pass never matches them.
+template <typename Out>
+void markRareLine(Out& out, const char* p, const char* lineEnd, const char* end, bool markAddedRemoved) {
+  const void* cr = std::memchr(p, '\r', static_cast<std::size_t>(lineEnd - p));
+  const char* const contentEnd = cr ? static_cast<const char*>(cr) : lineEnd;
+  const bool header = contentEnd - p >= 2 && p[0] == '@' && p[1] == '@';
+  const bool added = markAddedRemoved && p < contentEnd && p[0] == '+';
+  const bool removed = markAddedRemoved && p < contentEnd && p[0] == '-';
+  const bool note = holdsNote(p, contentEnd);
+  if (header) out.put(kLineFeed);
+  if (note) out.put(kNoteOpen);
+  if (added || removed) {
+    out.open(added ? 1 : 2);
+    out.bytes(p + 1, static_cast<std::size_t>(contentEnd - p - 1), end);
+    out.close(added ? 1 : 2);
+  } else if (header) {
+    out.put(kBreakOpen);
+    out.bytes(p, static_cast<std::size_t>(contentEnd - p), end);
+    out.put(kHeaderTools);
+  } else {
+    out.bytes(p, static_cast<std::size_t>(contentEnd - p), end);
+  }
+  if (note) out.put(kNoteClose);
+  if (header) out.put(kLineFeed);
+  out.bytes(contentEnd, static_cast<std::size_t>(lineEnd - contentEnd), end);
+}
+
+// Passes 1 to 4, fused: every line is classified once. The line feeds, carriage returns and
+// backslashes come from one vectorised scan; a line with none of the latter two and no "@" at its
+// start (nearly every line of a diff) is a plain, added or removed line, written by table without
+// a branch on its kind.
+template <typename Out>
+void markLines(Out& out, const char* p, const char* const end, bool markAddedRemoved) {
+  BytePositions marks(p, end, '\n', '\r', '\\');
   for (;;) {
-    const void* feed = std::memchr(p, '\n', static_cast<std::size_t>(end - p));
-    const char* const lineEnd = feed ? static_cast<const char*>(feed) : end;
-    const void* cr = std::memchr(p, '\r', static_cast<std::size_t>(lineEnd - p));
-    const char* const contentEnd = cr ? static_cast<const char*>(cr) : lineEnd;
-    const bool note = holdsNote(p, contentEnd);
-    const bool header = contentEnd - p >= 2 && p[0] == '@' && p[1] == '@';
-    const bool added = markAddedRemoved && p < contentEnd && p[0] == '+';
-    const bool removed = markAddedRemoved && p < contentEnd && p[0] == '-';
-    if (header) out.push_back('\n');
-    if (note) append(out, kNoteOpen);
-    if (added || removed) {
-      append(out, added ? kAddedOpen : kRemovedOpen);
-      appendRange(out, p + 1, contentEnd);
-      append(out, kDivClose);
-    } else if (header) {
-      append(out, kHeaderOpen);
-      appendRange(out, p, contentEnd);
-      append(out, kHeaderTools);
-    } else {
-      appendRange(out, p, contentEnd);
+    const char* lineEnd = marks.next();
+    bool rare = false;
+    while (lineEnd != end && *lineEnd != '\n') {
+      rare = true;
+      lineEnd = marks.next();
     }
-    if (note) append(out, kNoteClose);
-    if (header) out.push_back('\n');
-    appendRange(out, contentEnd, lineEnd);
-    if (lineEnd == end) return;
-    out.push_back('\n');
+    const char first = p < lineEnd ? *p : '\0';
+    if (rare || first == '@') {
+      markRareLine(out, p, lineEnd, end, markAddedRemoved);
+    } else {
+      const std::size_t kind = markAddedRemoved ? (first == '+') | (first == '-') << 1 : kPlain;
+      const char* const content = p + (kind != kPlain);
+      out.open(kind);
+      out.bytes(content, static_cast<std::size_t>(lineEnd - content), end);
+      out.close(kind);
+    }
+    if (lineEnd == end) break;
+    out.feed(true);
     p = lineEnd + 1;
   }
 }
@@ -160,53 +284,65 @@ std::size_t hexLength(const char* const p, const char* const end) {
 }
 
 // Passes 5 and 6, fused: a hexadecimal code holds no "r" and a functional one no "#", and the
-// swatch markup can neither start nor extend a code, so one left-to-right scan finds both kinds.
-void addSwatches(std::string& out, const char* p, const char* const end) {
-  const char* copied = p;
-  for (;;) {
-    p = findColorStart(p, end);
-    if (p == end) break;
-    const char c = *p;
-    std::size_t length = 0;
-    if (c == '#') {
-      length = hexLength(p, end);
-    } else if (c == 'r') {
-      length = rgbLength(p, end);
-    }
-    if (length == 0) {
-      ++p;
-      continue;
-    }
-    appendRange(out, copied, p);
-    append(out, kSwatchOpen);
-    out.append(p, length);
-    append(out, kSwatchClose);
-    out.append(p, length);
-    p += length;
-    copied = p;
+// swatch markup can neither start nor extend a code, so one left-to-right scan of the places
+// where a "#" or an "r" stands finds both kinds.
+template <typename Out>
+void addSwatches(Out& out, const char* const begin, const char* const end) {
+  BytePositions starts(begin, end, '#', 'r', 'r');
+  const char* copied = begin;
+  for (const char* p = starts.next(); p != end; p = starts.next()) {
+    if (p < copied) continue;
+    const std::size_t length = *p == '#' ? hexLength(p, end) : rgbLength(p, end);
+    if (length == 0) continue;
+    out.bytes(copied, static_cast<std::size_t>(p - copied), end);
+    out.put(kSwatchOpen);
+    out.bytes(p, length, end);
+    out.put(kSwatchClose);
+    out.bytes(p, length, end);
+    copied = p + length;
   }
-  appendRange(out, copied, end);
+  out.bytes(copied, static_cast<std::size_t>(end - copied), end);
 }
 
-}  // namespace
-
-void appendColoredDiffChunk(std::string& out, std::string& scratch, const char* data, std::size_t size,
-                            bool showColorPreviews, bool markAddedRemoved) {
+// Colours one chunk into `out`. With swatches, the line markup goes to `scratch` first, since the
+// colour passes run over it.
+template <typename Out>
+void colorChunk(Out& out, const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
+                std::string& scratch) {
   if (!showColorPreviews) {
     markLines(out, data, data + size, markAddedRemoved);
     return;
   }
-  scratch.clear();
-  scratch.reserve(size + size / 2 + 512);
-  markLines(scratch, data, data + size, markAddedRemoved);
-  addSwatches(out, scratch.data(), scratch.data() + scratch.size());
+  Measure marked;
+  markLines(marked, data, data + size, markAddedRemoved);
+  scratch.resize(marked.size + kColorDiffSlack);
+  Write lines{&scratch[0]};
+  markLines(lines, data, data + size, markAddedRemoved);
+  addSwatches(out, scratch.data(), scratch.data() + marked.size);
+}
+
+}  // namespace
+
+std::size_t coloredChunkLength(const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
+                               std::string& scratch) {
+  Measure out;
+  colorChunk(out, data, size, showColorPreviews, markAddedRemoved, scratch);
+  return out.size;
+}
+
+char* writeColoredChunk(char* out, const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
+                        std::string& scratch) {
+  Write writer{out};
+  colorChunk(writer, data, size, showColorPreviews, markAddedRemoved, scratch);
+  return writer.at;
 }
 
 std::string colorDiffChunk(std::string text, bool showColorPreviews, bool markAddedRemoved) {
-  std::string out;
   std::string scratch;
-  out.reserve(text.size() * 2 + 512);
-  appendColoredDiffChunk(out, scratch, text.data(), text.size(), showColorPreviews, markAddedRemoved);
+  const std::size_t size = coloredChunkLength(text.data(), text.size(), showColorPreviews, markAddedRemoved, scratch);
+  std::string out(size + kColorDiffSlack, '\0');
+  writeColoredChunk(&out[0], text.data(), text.size(), showColorPreviews, markAddedRemoved, scratch);
+  out.resize(size);
   return out;
 }
 
