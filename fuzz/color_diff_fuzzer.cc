@@ -42,9 +42,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   const tarnwick::ColorDiffUnits units =
       tarnwick::colorDiffUnits(text.data(), text.size(), oneByte, showColorPreviews, markAddedRemoved);
-  if (units.made != (n >= 0) || units.twoByte == oneByte) std::abort();
+  if (units.made != (n >= 0)) std::abort();
   if (!units.made) return 0;
-  if (units.length != static_cast<std::size_t>(n)) std::abort();
+  if (units.twoByte == oneByte || units.length != static_cast<std::size_t>(n)) std::abort();
   for (std::size_t i = 0; i < units.length; ++i) {
     const std::uint16_t unit = units.twoByte ? reinterpret_cast<const std::uint16_t*>(units.block.data())[i]
                                              : static_cast<unsigned char>(units.block.data()[i]);

@@ -146,15 +146,24 @@ class Utf16Result final : public v8::String::ExternalStringResource {
 };
 
 // Owns the characters of a result, one byte or two each, while the script holds the string made
-// from them; the block then goes back for reuse.
+// from them; the block then goes back for reuse. The host is told of the memory, as for any
+// memory a script value keeps outside its heap, so that it collects dropped results soon enough
+// for their blocks to serve the next ones.
 template <typename Resource, typename Unit>
 class BlockResult final : public Resource {
  public:
-  BlockResult(tarnwick::PageBlock block, std::size_t length) : block_(std::move(block)), length_(length) {}
+  BlockResult(v8::Isolate* isolate, tarnwick::PageBlock block, std::size_t length)
+      : isolate_(isolate), block_(std::move(block)), length_(length) {
+    isolate_->AdjustAmountOfExternalAllocatedMemory(static_cast<std::int64_t>(block_.capacity()));
+  }
+  ~BlockResult() override {
+    isolate_->AdjustAmountOfExternalAllocatedMemory(-static_cast<std::int64_t>(block_.capacity()));
+  }
   const Unit* data() const override { return reinterpret_cast<const Unit*>(block_.data()); }
   std::size_t length() const override { return length_; }
 
  private:
+  v8::Isolate* const isolate_;
   tarnwick::PageBlock block_;
   std::size_t length_;
 };
@@ -172,13 +181,13 @@ void returnUnits(const Info& info, tarnwick::ColorDiffUnits units) {
   } else if (units.twoByte) {
     made = external ? v8::String::NewExternalTwoByte(
                           isolate, new BlockResult<v8::String::ExternalStringResource, std::uint16_t>(
-                                       std::move(units.block), units.length))
+                                       isolate, std::move(units.block), units.length))
                     : v8::String::NewFromTwoByte(isolate, reinterpret_cast<const std::uint16_t*>(units.block.data()),
                                                  v8::NewStringType::kNormal, length);
   } else {
     made = external ? v8::String::NewExternalOneByte(
                           isolate, new BlockResult<v8::String::ExternalOneByteStringResource, char>(
-                                       std::move(units.block), units.length))
+                                       isolate, std::move(units.block), units.length))
                     : v8::String::NewFromOneByte(isolate, reinterpret_cast<const std::uint8_t*>(units.block.data()),
                                                  v8::NewStringType::kNormal, length);
   }
