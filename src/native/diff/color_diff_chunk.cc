@@ -112,11 +112,14 @@ struct Write {
 };
 
 // Returns, one after another, the positions of the bytes `a`, `b` and `c` in [begin, end), then
-// `end` for good. Finds them with the vectorised bitmap a window at a time.
+// `end` for good. Finds them with the vectorised bitmap a window at a time, kept in `map` (room for
+// kBitmapWords words): outside the object, so that the object never escapes and the compiler can
+// keep its state in registers across byte stores.
+constexpr std::size_t kBitmapWords = 64;
 class BytePositions {
  public:
-  BytePositions(const char* begin, const char* end, char a, char b, char c)
-      : window_(begin), end_(end), a_(a), b_(b), c_(c) {
+  BytePositions(const char* begin, const char* end, char a, char b, char c, std::uint64_t* map)
+      : window_(begin), end_(end), a_(a), b_(b), c_(c), map_(map) {
     load();
   }
 
@@ -137,7 +140,7 @@ class BytePositions {
   }
 
  private:
-  static constexpr std::size_t kWindow = 4096;
+  static constexpr std::size_t kWindow = 64 * kBitmapWords;
 
   void load() {
     const std::size_t left = static_cast<std::size_t>(end_ - window_);
@@ -153,7 +156,7 @@ class BytePositions {
   const char* window_;
   const char* const end_;
   const char a_, b_, c_;
-  std::uint64_t map_[kWindow / 64];
+  std::uint64_t* const map_;
   std::size_t words_ = 0, word_ = 0;
   std::uint64_t bits_ = 0;
 };
@@ -170,19 +173,17 @@ bool holdsNote(const char* p, const char* contentEnd) {
   return false;
 }
 
-// Writes a line that holds a carriage return or a backslash, or starts with "@": the general
-// rules. A line's "content" runs from its start to its first carriage return (what ".*" covers);
-// the rest of the line follows the markup as it is. A hunk header gains a line feed before and
-// after its div (and any note div), which leaves the lines around it empty or starting with a
-// carriage return, so the note pass never matches them.
+// Writes a line whose content holds a backslash, or that starts with "@": the general rules. A
+// hunk header gains a line feed before and after its div (and any note div), which leaves the
+// lines around it empty or starting with a carriage return, so the note pass never matches them.
+// Takes and returns the writer by value, so that it stays in registers (see markLines).
 template <typename Out>
-void markRareLine(Out& out, const char* p, const char* lineEnd, const char* end, bool markAddedRemoved) {
-  const void* cr = std::memchr(p, '\r', static_cast<std::size_t>(lineEnd - p));
-  const char* const contentEnd = cr ? static_cast<const char*>(cr) : lineEnd;
+Out markRareLine(Out out, const char* p, const char* contentEnd, const char* lineEnd, const char* end,
+                 bool markAddedRemoved, bool backslash) {
   const bool header = contentEnd - p >= 2 && p[0] == '@' && p[1] == '@';
   const bool added = markAddedRemoved && p < contentEnd && p[0] == '+';
   const bool removed = markAddedRemoved && p < contentEnd && p[0] == '-';
-  const bool note = holdsNote(p, contentEnd);
+  const bool note = backslash && holdsNote(p, contentEnd);
   if (header) out.put(kLineFeed);
   if (note) out.put(kNoteOpen);
   if (added || removed) {
@@ -199,36 +200,50 @@ void markRareLine(Out& out, const char* p, const char* lineEnd, const char* end,
   if (note) out.put(kNoteClose);
   if (header) out.put(kLineFeed);
   out.bytes(contentEnd, static_cast<std::size_t>(lineEnd - contentEnd), end);
+  return out;
 }
 
-// Passes 1 to 4, fused: every line is classified once. The line feeds, carriage returns and
-// backslashes come from one vectorised scan; a line with none of the latter two and no "@" at its
-// start (nearly every line of a diff) is a plain, added or removed line, written by table without
-// a branch on its kind.
+// Passes 1 to 4, fused: every line is classified once. A line's "content" runs from its start to
+// its first carriage return (what ".*" covers); the rest of the line follows the markup as it is.
+// The line feeds, carriage returns and backslashes come from one vectorised scan; a line with no
+// backslash in its content and no "@" at its start (nearly every line of a diff) is a plain,
+// added or removed line, written by table without a branch on its kind.
+// The writer is worked on as a local copy, whose position the compiler keeps in a register: the
+// caller's could be changed by any byte store, and would be reloaded after each.
 template <typename Out>
-void markLines(Out& out, const char* p, const char* const end, bool markAddedRemoved) {
-  BytePositions marks(p, end, '\n', '\r', '\\');
+void markLines(Out& caller, const char* p, const char* const end, bool markAddedRemoved) {
+  Out out = caller;
+  std::uint64_t map[kBitmapWords];
+  BytePositions marks(p, end, '\n', '\r', '\\', map);
   for (;;) {
     const char* lineEnd = marks.next();
-    bool rare = false;
-    while (lineEnd != end && *lineEnd != '\n') {
-      rare = true;
-      lineEnd = marks.next();
+    const char* contentEnd = nullptr;
+    bool backslash = false;
+    for (; lineEnd != end && *lineEnd != '\n'; lineEnd = marks.next()) {
+      if (contentEnd != nullptr) continue;
+      if (*lineEnd == '\r') {
+        contentEnd = lineEnd;
+      } else {
+        backslash = true;
+      }
     }
-    const char first = p < lineEnd ? *p : '\0';
-    if (rare || first == '@') {
-      markRareLine(out, p, lineEnd, end, markAddedRemoved);
+    if (contentEnd == nullptr) contentEnd = lineEnd;
+    const char first = p < contentEnd ? *p : '\0';
+    if (backslash || first == '@') {
+      out = markRareLine(out, p, contentEnd, lineEnd, end, markAddedRemoved, backslash);
     } else {
       const std::size_t kind = markAddedRemoved ? (first == '+') | (first == '-') << 1 : kPlain;
       const char* const content = p + (kind != kPlain);
       out.open(kind);
-      out.bytes(content, static_cast<std::size_t>(lineEnd - content), end);
+      out.bytes(content, static_cast<std::size_t>(contentEnd - content), end);
       out.close(kind);
+      out.bytes(contentEnd, static_cast<std::size_t>(lineEnd - contentEnd), end);
     }
     if (lineEnd == end) break;
     out.feed(true);
     p = lineEnd + 1;
   }
+  caller = out;
 }
 
 // Returns the length of the functional colour code starting at `p`, or 0. Every quantifier of the
@@ -287,8 +302,10 @@ std::size_t hexLength(const char* const p, const char* const end) {
 // swatch markup can neither start nor extend a code, so one left-to-right scan of the places
 // where a "#" or an "r" stands finds both kinds.
 template <typename Out>
-void addSwatches(Out& out, const char* const begin, const char* const end) {
-  BytePositions starts(begin, end, '#', 'r', 'r');
+void addSwatches(Out& caller, const char* const begin, const char* const end) {
+  Out out = caller;  // in a register, as in markLines
+  std::uint64_t map[kBitmapWords];
+  BytePositions starts(begin, end, '#', 'r', 'r', map);
   const char* copied = begin;
   for (const char* p = starts.next(); p != end; p = starts.next()) {
     if (p < copied) continue;
@@ -302,6 +319,7 @@ void addSwatches(Out& out, const char* const begin, const char* const end) {
     copied = p + length;
   }
   out.bytes(copied, static_cast<std::size_t>(end - copied), end);
+  caller = out;
 }
 
 // Colours one chunk into `out`. With swatches, the line markup goes to `scratch` first, since the
