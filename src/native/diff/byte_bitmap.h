@@ -11,15 +11,30 @@ namespace tarnwick {
 // arm64 processor.
 enum class ScanLevel { kScalar, kSse2, kAvx2, kNeon };
 
-// Sets bit i of bits[i / 64] (bit i % 64) when data[i] is `a`, `b` or `c`, for every i below
-// `size`; the bits of the last word past `size` are zero. `bits` has room for (size + 63) / 64
-// words.
-void byteBitmap(const char* data, std::size_t size, char a, char b, char c, std::uint64_t* bits);
+// Up to three bytes looked for together (repeat one to look for fewer).
+struct ByteSet {
+  char a, b, c;
+};
 
-// Returns the level byteBitmap uses: the best this processor offers, unless forced below.
+// The most sets one pass of byteBitmaps looks for.
+constexpr std::size_t kMostByteSets = 5;
+
+// For each of the `count` sets (at most kMostByteSets), sets bit i of bits[k][i / 64] (bit i % 64)
+// when data[i] is one of the bytes of sets[k], for every i below `size`, in one pass over the
+// data; the bits of the last word past `size` are zero. Each bits[k] has room for
+// (size + 63) / 64 words.
+void byteBitmaps(const char* data, std::size_t size, const ByteSet* sets, std::size_t count,
+                 std::uint64_t* const* bits);
+
+// byteBitmaps for one set.
+inline void byteBitmap(const char* data, std::size_t size, ByteSet set, std::uint64_t* bits) {
+  byteBitmaps(data, size, &set, 1, &bits);
+}
+
+// Returns the level byteBitmaps uses: the best this processor offers, unless forced below.
 ScanLevel scanLevel();
 
-// Makes byteBitmap use `level` from now on, so that tests can run every implementation this
+// Makes byteBitmaps use `level` from now on, so that tests can run every implementation this
 // processor can run on the same inputs. Returns false, changing nothing, when it cannot run here.
 bool forceScanLevel(ScanLevel level);
 

@@ -1,5 +1,6 @@
 #include "diff/color_diff_chunk.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -38,10 +39,8 @@ inline bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
 inline bool isHex(char c) { return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
-// The markup of the common lines, indexed by kind (plain, added, removed): an opening piece, the
-// number of leading bytes it replaces, and a closing piece. Padded, so that each is copied with
-// one store of fixed size.
-constexpr std::size_t kPlain = 0;
+// The markup of added (1) and removed (2) lines: an opening piece, which stands for the line's
+// first byte, and a closing piece. Padded, so that each is copied with one store of fixed size.
 constexpr char kOpenText[3][64] = {"", "<div class='diff-added'><span class='diff-action'>+</span>",
                                    "<div class='diff-removed'><span class='diff-action'>-</span>"};
 constexpr std::size_t kOpenSize[3] = {0, kAddedOpen.size, kRemovedOpen.size};
@@ -77,7 +76,6 @@ struct Measure {
   void put(Piece p) { size += p.size; }
   void open(std::size_t kind) { size += kOpenSize[kind]; }
   void close(std::size_t kind) { size += kCloseSize[kind]; }
-  void feed(bool feed) { size += feed; }
 };
 
 // Writes with whole stores that may run up to kColorDiffSlack bytes past what they keep; the
@@ -86,7 +84,10 @@ struct Write {
   char* at;
   // Copies `n` bytes from `s`, reading nothing at or past `limit`.
   void bytes(const char* s, std::size_t n, const char* limit) {
-    if (n <= 256 && static_cast<std::size_t>(limit - s) >= n + 32) {
+    const std::size_t readable = static_cast<std::size_t>(limit - s);
+    if (n <= 64 && readable >= 64) {
+      std::memcpy(at, s, 64);  // most runs of a diff are this short: one store of fixed size
+    } else if (n <= 256 && readable >= n + 32) {
       for (std::size_t i = 0; i < n; i += 32) std::memcpy(at + i, s + i, 32);
     } else {
       copyBytes(at, s, n);
@@ -104,10 +105,6 @@ struct Write {
   void close(std::size_t kind) {
     std::memcpy(at, kCloseText[kind], sizeof kCloseText[kind]);
     at += kCloseSize[kind];
-  }
-  void feed(bool feed) {
-    *at = '\n';
-    at += feed;
   }
 };
 
@@ -149,7 +146,7 @@ class BytePositions {
     word_ = 0;
     bits_ = 0;
     if (size == 0) return;
-    byteBitmap(window_, size, a_, b_, c_, map_);
+    byteBitmap(window_, size, ByteSet{a_, b_, c_}, map_);
     bits_ = map_[0];
   }
 
@@ -205,9 +202,10 @@ Out markRareLine(Out out, const char* p, const char* contentEnd, const char* lin
 
 // Passes 1 to 4, fused: every line is classified once. A line's "content" runs from its start to
 // its first carriage return (what ".*" covers); the rest of the line follows the markup as it is.
-// The line feeds, carriage returns and backslashes come from one vectorised scan; a line with no
+// The line feeds, carriage returns and backslashes come from one vectorised scan. A line with no
 // backslash in its content and no "@" at its start (nearly every line of a diff) is a plain,
-// added or removed line, written by table without a branch on its kind.
+// added or removed line: an added or removed one is written by table, and plain lines, with the
+// line feeds and line ends around the markup, go out as they stand in one copy a run.
 // The writer is worked on as a local copy, whose position the compiler keeps in a register: the
 // caller's could be changed by any byte store, and would be reloaded after each.
 template <typename Out>
@@ -215,6 +213,7 @@ void markLines(Out& caller, const char* p, const char* const end, bool markAdded
   Out out = caller;
   std::uint64_t map[kBitmapWords];
   BytePositions marks(p, end, '\n', '\r', '\\', map);
+  const char* copied = p;  // the start of the bytes passed over as they stand, not yet written
   for (;;) {
     const char* lineEnd = marks.next();
     const char* contentEnd = nullptr;
@@ -230,20 +229,81 @@ void markLines(Out& caller, const char* p, const char* const end, bool markAdded
     if (contentEnd == nullptr) contentEnd = lineEnd;
     const char first = p < contentEnd ? *p : '\0';
     if (backslash || first == '@') {
+      out.bytes(copied, static_cast<std::size_t>(p - copied), end);
       out = markRareLine(out, p, contentEnd, lineEnd, end, markAddedRemoved, backslash);
-    } else {
-      const std::size_t kind = markAddedRemoved ? (first == '+') | (first == '-') << 1 : kPlain;
-      const char* const content = p + (kind != kPlain);
+      copied = lineEnd;
+    } else if (markAddedRemoved && (first == '+' || first == '-')) {
+      const std::size_t kind = first == '+' ? 1 : 2;
+      out.bytes(copied, static_cast<std::size_t>(p - copied), end);
       out.open(kind);
-      out.bytes(content, static_cast<std::size_t>(contentEnd - content), end);
+      out.bytes(p + 1, static_cast<std::size_t>(contentEnd - p - 1), end);
       out.close(kind);
-      out.bytes(contentEnd, static_cast<std::size_t>(lineEnd - contentEnd), end);
+      copied = contentEnd;
     }
     if (lineEnd == end) break;
-    out.feed(true);
     p = lineEnd + 1;
   }
+  out.bytes(copied, static_cast<std::size_t>(end - copied), end);
   caller = out;
+}
+
+// Returns the number of bits set in `x`, without the library call that a processor lacking a
+// population count instruction would get.
+inline std::size_t bitCount(std::uint64_t x) {
+  x -= (x >> 1) & 0x5555555555555555ull;
+  x = (x & 0x3333333333333333ull) + ((x >> 2) & 0x3333333333333333ull);
+  x = (x + (x >> 4)) & 0x0F0F0F0F0F0F0F0Full;
+  return static_cast<std::size_t>((x * 0x0101010101010101ull) >> 56);
+}
+
+// Returns the bytes that markLines writes for [begin, end), without walking the lines one by one.
+// Every byte of the text is written once, so the size is the text's plus what each line adds: an
+// added or removed line a fixed amount, counted for all of them at once from bitmaps of where the
+// lines start and of their first bytes; a line that starts with "@" or holds a backslash (a hunk
+// header or a missing-newline note can only be such a line) is measured alone by the general rules.
+std::size_t measureLines(const char* const begin, const char* const end, bool markAddedRemoved) {
+  constexpr std::size_t kAddedExtra = kAddedOpen.size - 1 + kDivClose.size;
+  constexpr std::size_t kRemovedExtra = kRemovedOpen.size - 1 + kDivClose.size;
+  constexpr std::size_t kWindow = 64 * kBitmapWords;
+  const auto extra = [&](const char* p) -> std::size_t {
+    if (!markAddedRemoved || p == end) return 0;
+    return *p == '+' ? kAddedExtra : *p == '-' ? kRemovedExtra : 0;
+  };
+  std::size_t total = static_cast<std::size_t>(end - begin);
+  std::uint64_t feeds[kBitmapWords], pluses[kBitmapWords], minuses[kBitmapWords], ats[kBitmapWords],
+      slashes[kBitmapWords];
+  std::uint64_t* const bitmaps[] = {feeds, pluses, minuses, ats, slashes};
+  constexpr ByteSet kSets[] = {{'\n', '\n', '\n'}, {'+', '+', '+'}, {'-', '-', '-'}, {'@', '@', '@'}, {'\\', '\\', '\\'}};
+  const char* lineStart = begin;  // the start of the line that holds the bytes looked at
+  const char* measured = nullptr;  // the start of the last line measured alone
+  std::uint64_t carry = 1;         // whether a line starts at the next word's first byte
+  for (const char* window = begin; window < end; window += kWindow) {
+    const std::size_t size = std::min<std::size_t>(kWindow, static_cast<std::size_t>(end - window));
+    byteBitmaps(window, size, kSets, 5, bitmaps);
+    for (std::size_t w = 0; w < (size + 63) / 64; ++w) {
+      const char* const base = window + 64 * w;
+      const std::uint64_t starts = feeds[w] << 1 | carry;
+      carry = feeds[w] >> 63;
+      if (markAddedRemoved) {
+        total += kAddedExtra * bitCount(starts & pluses[w]) + kRemovedExtra * bitCount(starts & minuses[w]);
+      }
+      for (std::uint64_t rare = (starts & ats[w]) | slashes[w]; rare != 0; rare &= rare - 1) {
+        const int bit = __builtin_ctzll(rare);
+        const std::uint64_t before = starts & (bit == 63 ? ~std::uint64_t{0} : (std::uint64_t{2} << bit) - 1);
+        const char* const p = before != 0 ? base + 63 - __builtin_clzll(before) : lineStart;
+        if (p == measured) continue;
+        measured = p;
+        const void* feed = std::memchr(p, '\n', static_cast<std::size_t>(end - p));
+        const char* const lineEnd = feed ? static_cast<const char*>(feed) : end;
+        const void* cr = std::memchr(p, '\r', static_cast<std::size_t>(lineEnd - p));
+        const char* const contentEnd = cr ? static_cast<const char*>(cr) : lineEnd;
+        const Measure line = markRareLine(Measure(), p, contentEnd, lineEnd, end, markAddedRemoved, true);
+        total += line.size - static_cast<std::size_t>(lineEnd - p) - extra(p);
+      }
+      if (starts != 0) lineStart = base + 63 - __builtin_clzll(starts);
+    }
+  }
+  return total;
 }
 
 // Returns the length of the functional colour code starting at `p`, or 0. Every quantifier of the
@@ -324,19 +384,25 @@ void addSwatches(Out& caller, const char* const begin, const char* const end) {
 
 // Colours one chunk into `out`. With swatches, the line markup goes to `scratch` first, since the
 // colour passes run over it.
+void colorLines(Measure& out, const char* begin, const char* end, bool markAddedRemoved) {
+  out.size += measureLines(begin, end, markAddedRemoved);
+}
+void colorLines(Write& out, const char* begin, const char* end, bool markAddedRemoved) {
+  markLines(out, begin, end, markAddedRemoved);
+}
+
 template <typename Out>
 void colorChunk(Out& out, const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
                 std::string& scratch) {
   if (!showColorPreviews) {
-    markLines(out, data, data + size, markAddedRemoved);
+    colorLines(out, data, data + size, markAddedRemoved);
     return;
   }
-  Measure marked;
-  markLines(marked, data, data + size, markAddedRemoved);
-  scratch.resize(marked.size + kColorDiffSlack);
+  const std::size_t marked = measureLines(data, data + size, markAddedRemoved);
+  scratch.resize(marked + kColorDiffSlack);
   Write lines{&scratch[0]};
   markLines(lines, data, data + size, markAddedRemoved);
-  addSwatches(out, scratch.data(), scratch.data() + marked.size);
+  addSwatches(out, scratch.data(), scratch.data() + marked);
 }
 
 }  // namespace
