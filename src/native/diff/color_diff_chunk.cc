@@ -79,11 +79,12 @@ struct Measure {
 };
 
 // Writes with whole stores that may run up to kColorDiffSlack bytes past what they keep; the
-// next write covers what they left there.
+// next write covers what they left there. Always inlined: a call for each piece of each line
+// would cost more than the piece.
 struct Write {
   char* at;
   // Copies `n` bytes from `s`, reading nothing at or past `limit`.
-  void bytes(const char* s, std::size_t n, const char* limit) {
+  __attribute__((always_inline)) void bytes(const char* s, std::size_t n, const char* limit) {
     const std::size_t readable = static_cast<std::size_t>(limit - s);
     if (n <= 64 && readable >= 64) {
       std::memcpy(at, s, 64);  // most runs of a diff are this short: one store of fixed size
@@ -94,15 +95,15 @@ struct Write {
     }
     at += n;
   }
-  void put(Piece p) {
+  __attribute__((always_inline)) void put(Piece p) {
     std::memcpy(at, p.data, p.size);
     at += p.size;
   }
-  void open(std::size_t kind) {
+  __attribute__((always_inline)) void open(std::size_t kind) {
     std::memcpy(at, kOpenText[kind], sizeof kOpenText[kind]);
     at += kOpenSize[kind];
   }
-  void close(std::size_t kind) {
+  __attribute__((always_inline)) void close(std::size_t kind) {
     std::memcpy(at, kCloseText[kind], sizeof kCloseText[kind]);
     at += kCloseSize[kind];
   }
