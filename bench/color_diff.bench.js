@@ -3,11 +3,16 @@
 // string conversion included, interleaved in one process with the same six passes written with
 // JavaScript regular expressions, and prints the medians, their ratio and the page faults of one
 // call. Then times the bare string round trip through the add-on ("smc" on the diff with "&",
-// "<" and ">" replaced) for comparison.
+// "<" and ">" replaced) for comparison. With UTILS_BENCH_OTHER_ADDON naming another build of
+// utils.node (an earlier commit's, say), its "cd" is interleaved too, for before and after figures
+// from one process.
 const utils = require('..');
 const { median } = require('./timing');
 const { gitLogSamples } = require('./git_log_sample');
 const js = require('../test/node/support/color_diff_js');
+
+const other = process.env.UTILS_BENCH_OTHER_ADDON ? { exports: {} } : null;
+if (other) process.dlopen(other, require('path').resolve(process.env.UTILS_BENCH_OTHER_ADDON));
 
 const MB = 1024 * 1024;
 const samples = gitLogSamples([2 * MB, 20 * MB]);
@@ -31,10 +36,17 @@ for (const [size, diff] of Object.entries(samples)) {
   const cd = [];
   const script = [];
   const faulted = [];
+  const otherCd = [];
+  const otherFaulted = [];
+  if (other && other.exports.cd(diff, true, true) !== result) throw new Error('the other add-on disagrees');
   for (let i = 0; i < runs; i += 1) {
     cd.push(median(() => utils.cd(diff, true, true), 1));
     script.push(median(() => js.colorDiff(diff, true, true), 1));
     faulted.push(faults(() => utils.cd(diff, true, true)));
+    if (other) {
+      otherCd.push(median(() => other.exports.cd(diff, true, true), 1));
+      otherFaulted.push(faults(() => other.exports.cd(diff, true, true)));
+    }
   }
   const plain = diff.replace(/[&<>]/g, '_');
   const roundTrip = median(() => utils.smc(plain), runs);
@@ -47,4 +59,9 @@ for (const [size, diff] of Object.entries(samples)) {
   row('string round trip of the diff (smc)', roundTrip);
   process.stdout.write(`  cd is ${(mid(script) / mid(cd)).toFixed(1)}x the speed of the JavaScript passes; `
     + `${mid(faulted)} page faults a call\n`);
+  if (other) {
+    row('cd of the other add-on', mid(otherCd));
+    process.stdout.write(`  the other add-on's cd is ${(mid(script) / mid(otherCd)).toFixed(1)}x the speed of the `
+      + `JavaScript passes; ${mid(otherFaulted)} page faults a call\n`);
+  }
 }
