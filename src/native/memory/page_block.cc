@@ -21,8 +21,8 @@ struct Kept {
   std::size_t capacity;
 };
 
-// The released blocks kept for reuse. Never destroyed: a script string may release its block
-// while the process exits.
+// The released blocks kept for reuse, oldest first. Never destroyed: a script string may release
+// its block while the process exits.
 struct Pool {
   std::mutex mutex;
   Kept blocks[kKeptBlocks];
@@ -86,7 +86,8 @@ PageBlock PageBlock::acquire(std::size_t bytes) {
     }
     if (best < kept.count) {
       const Kept found = kept.blocks[best];
-      kept.blocks[best] = kept.blocks[--kept.count];
+      for (std::size_t i = best + 1; i < kept.count; ++i) kept.blocks[i - 1] = kept.blocks[i];
+      --kept.count;
       kept.bytes -= found.capacity;
       return PageBlock(found.data, found.capacity, true);
     }
@@ -101,18 +102,28 @@ void PageBlock::release() {
   if (!mapped_) {
     delete[] data_;
   } else {
-    Pool& kept = pool();
-    std::unique_lock<std::mutex> lock(kept.mutex);
-    if (kept.count < kKeptBlocks && kept.bytes + capacity_ <= kKeptBytes) {
-#if defined(MADV_FREE)
-      madvise(data_, capacity_, MADV_FREE);
-#endif
-      kept.blocks[kept.count++] = Kept{data_, capacity_};
-      kept.bytes += capacity_;
-    } else {
-      lock.unlock();
-      munmap(data_, capacity_);
+    // Kept as the newest block; the oldest ones make room for it, since a block just released is
+    // the likeliest to fit the next call. One too big to keep at all goes back to the system.
+    Kept dropped[kKeptBlocks + 1];
+    std::size_t drops = 0;
+    {
+      Pool& kept = pool();
+      std::lock_guard<std::mutex> lock(kept.mutex);
+      if (capacity_ > kKeptBytes) {
+        dropped[drops++] = Kept{data_, capacity_};
+      } else {
+        std::size_t oldest = 0;
+        while (kept.count - oldest == kKeptBlocks || kept.bytes + capacity_ > kKeptBytes) {
+          kept.bytes -= kept.blocks[oldest].capacity;
+          dropped[drops++] = kept.blocks[oldest++];
+        }
+        for (std::size_t i = oldest; i < kept.count; ++i) kept.blocks[i - oldest] = kept.blocks[i];
+        kept.count -= oldest;
+        kept.blocks[kept.count++] = Kept{data_, capacity_};
+        kept.bytes += capacity_;
+      }
     }
+    for (std::size_t i = 0; i < drops; ++i) munmap(dropped[i].data, dropped[i].capacity);
   }
   data_ = nullptr;
   capacity_ = 0;

@@ -12,9 +12,12 @@ namespace tarnwick {
 // fresh block costs a fault per 2 MB rather than per 4 KB. A released one of these is kept for
 // the next block that fits it, instead of being handed back to the system whose fresh pages would
 // have to be faulted in and cleared again. Kept between calls, and so bounded: at most four
-// released blocks of at most 256 MB of address space together (a block that would go past either
-// bound is unmapped at once), their pages marked free for the system to take back whenever it runs
-// short of memory (MADV_FREE, where there is one). Smaller blocks come from the ordinary heap.
+// released blocks of at most 256 MB of address space together, the oldest unmapped to make room
+// for the one just released (one bigger than the whole bound is unmapped at once); of that, only
+// the pages a text was written to are in memory. They
+// stay as they are: pages marked free for the system to take back (MADV_FREE) were taken back
+// within a second on a machine that reclaims idle memory, and came back as fresh pages. Smaller
+// blocks come from the ordinary heap.
 class PageBlock {
  public:
   PageBlock() = default;
