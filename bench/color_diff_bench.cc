@@ -1,12 +1,14 @@
 // Times the diff colouring against its std::regex formulation on the same inputs: a real diff of
 // over a megabyte, one of 150000 bytes with swatches on, and a diff whose lines are longer than
-// a chunk.
+// a chunk. Also times the first of them made as the UTF-16 characters of a script string, as the
+// add-on makes it.
 #include <benchmark/benchmark.h>
 
 #include <string>
 
 #include "color_diff_reference.h"
 #include "diff/color_diff.h"
+#include "diff/color_diff_units.h"
 #include "large_stack.h"
 #include "sample_diff.h"
 
@@ -57,6 +59,14 @@ void run(benchmark::State& state, const std::string& text, bool native) {
 }
 
 void native1MB(benchmark::State& s) { run(s, megabyteDiff(), true); }
+void characters1MB(benchmark::State& state) {
+  const std::string& text = megabyteDiff();
+  for (auto _ : state) {
+    const tarnwick::ColorDiffUnits units = tarnwick::colorDiffUnits(text.data(), text.size(), false, true, true);
+    benchmark::DoNotOptimize(units.block.data());
+  }
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));
+}
 void regex1MB(benchmark::State& s) { run(s, megabyteDiff(), false); }
 void native150k(benchmark::State& s) { run(s, swatchLimitDiff(), true); }
 void regex150k(benchmark::State& s) { run(s, swatchLimitDiff(), false); }
@@ -64,6 +74,7 @@ void nativeLong(benchmark::State& s) { run(s, longLineDiff(), true); }
 void regexLong(benchmark::State& s) { run(s, longLineDiff(), false); }
 
 BENCHMARK(native1MB)->Name("ColorDiff/native/1MB_git_diff")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(characters1MB)->Name("ColorDiff/characters/1MB_git_diff")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(regex1MB)->Name("ColorDiff/std_regex/1MB_git_diff")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(native150k)->Name("ColorDiff/native/150000B_swatches")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(regex150k)->Name("ColorDiff/std_regex/150000B_swatches")->Unit(benchmark::kMillisecond)->UseRealTime();

@@ -1,18 +1,26 @@
 // Checks the diff colouring against its std::regex formulation on arbitrary bytes. The first byte
-// holds the two flags; the rest is the diff text.
+// holds the two flags (bits 0 and 1), the byte scan to use (bits 2 and 3, where this processor
+// runs it) and whether the text counts as one byte a character (bit 4) for the result made as
+// the characters of a script string; the rest is the diff text.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "color_diff_reference.h"
+#include "convert/utf8_codec.h"
+#include "diff/byte_bitmap.h"
 #include "diff/color_diff.h"
+#include "diff/color_diff_units.h"
 #include "large_stack.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
   const bool showColorPreviews = data[0] & 1;
   const bool markAddedRemoved = data[0] & 2;
+  const bool oneByte = data[0] & 16;
+  tarnwick::forceScanLevel(static_cast<tarnwick::ScanLevel>((data[0] >> 2) & 3));
   const std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
   const std::string produced = tarnwick::colorDiff(text, showColorPreviews, markAddedRemoved);
   std::string expected;
@@ -24,5 +32,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     reference::runOnLargeStack(runReference);
   }
   if (produced != expected) std::abort();
+
+  // As characters: made exactly when the result has no zero byte and is UTF-8 (whose characters
+  // all fit in a byte, for a one-byte text), and then equal to its decoding.
+  std::vector<std::uint16_t> decoded(expected.size());
+  std::ptrdiff_t n = tarnwick::decodeUtf8(expected.data(), expected.size(), decoded.data());
+  for (std::ptrdiff_t i = 0; i < n; ++i) {
+    if (decoded[i] == 0 || (oneByte && decoded[i] > 0xFF)) n = -1;
+  }
+  const tarnwick::ColorDiffUnits units =
+      tarnwick::colorDiffUnits(text.data(), text.size(), oneByte, showColorPreviews, markAddedRemoved);
+  if (units.made != (n >= 0)) std::abort();
+  if (!units.made) return 0;
+  if (units.twoByte == oneByte || units.length != static_cast<std::size_t>(n)) std::abort();
+  for (std::size_t i = 0; i < units.length; ++i) {
+    const std::uint16_t unit = units.twoByte ? reinterpret_cast<const std::uint16_t*>(units.block.data())[i]
+                                             : static_cast<unsigned char>(units.block.data()[i]);
+    if (unit != decoded[i]) std::abort();
+  }
   return 0;
 }

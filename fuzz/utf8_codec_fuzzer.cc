@@ -1,10 +1,12 @@
 // Checks the UTF-8 conversions of script strings on arbitrary bytes by their round trips: what
 // decodeUtf8 accepts is well-formed UTF-16 that encodes back to the same bytes, well-formed UTF-16
-// always decodes back to itself, and Latin-1 survives encoding and decoding.
+// always decodes back to itself, and Latin-1 survives encoding and decoding. Decoding the bytes in
+// pieces, cut where the first byte says, gives what decoding them whole gives.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "convert/utf8_codec.h"
@@ -49,6 +51,24 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string again;
     tarnwick::appendUtf16AsUtf8(decoded.data(), decoded.size(), again);
     if (again != bytes) std::abort();
+  }
+
+  // The bytes in three pieces, as UTF-16 and as Latin-1.
+  const std::size_t cut1 = size > 0 ? data[0] % (size + 1) : 0;
+  const std::size_t cut2 = cut1 + (size > 1 ? data[1] % (size - cut1 + 1) : 0);
+  std::vector<std::uint16_t> wide(size + 1);
+  std::vector<std::uint8_t> narrow(size + 1);
+  tarnwick::Utf8PieceDecoder<std::uint16_t> wideDecoder(wide.data());
+  tarnwick::Utf8PieceDecoder<std::uint8_t> narrowDecoder(narrow.data());
+  for (const auto& [from, to] : {std::pair<std::size_t, std::size_t>{0, cut1}, {cut1, cut2}, {cut2, size}}) {
+    wideDecoder.add(bytes.data() + from, to - from);
+    narrowDecoder.add(bytes.data() + from, to - from);
+  }
+  bool fitsOneByte = valid;
+  for (std::uint16_t unit : decoded) fitsOneByte = fitsOneByte && unit < 0x100;
+  if ((wideDecoder.finish() >= 0) != valid || (narrowDecoder.finish() >= 0) != fitsOneByte) std::abort();
+  for (std::size_t i = 0; valid && i < decoded.size(); ++i) {
+    if (wide[i] != decoded[i] || (fitsOneByte && narrow[i] != decoded[i])) std::abort();
   }
 
   // The bytes as UTF-16 code units.

@@ -158,9 +158,10 @@ const TARGETS = {
   color_diff_fuzzer: {
     // Above the 10000-byte slice, so cuts get fuzzed; most seeds stay short, as long ones run slowly.
     maxLen: 12000,
-    // Byte 0: bit 0 showColorPreviews, bit 1 markAddedRemoved; then the diff text.
+    // Byte 0: bit 0 showColorPreviews, bit 1 markAddedRemoved, bits 2-3 the byte scan, bit 4 a
+    // one-byte text; then the diff text.
     seeds: (out) => [...out.diffs.map((diff) => fit(diff, 4096)), fit(out.diffs[0], 11000)]
-      .flatMap((diff) => [0, 1, 2, 3].map((flags) => Buffer.concat([Buffer.from([flags]), diff]))),
+      .flatMap((diff) => [0, 1, 2, 3, 7, 11, 19, 27].map((flags) => Buffer.concat([Buffer.from([flags]), diff]))),
   },
   merge_conflicts_fuzzer: {
     maxLen: 4096,

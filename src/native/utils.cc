@@ -9,15 +9,44 @@
 
 #include "convert/utf8_codec.h"
 #include "diff/color_diff.h"
+#include "diff/color_diff_units.h"
 #include "diff/merge_conflicts.h"
 #include "filters/advanced_filters.h"
 #include "hunk/hunk_operation.h"
 #include "mergetool/code_view.h"
 #include "mergetool/commit_list.h"
+#include "memory/page_block.h"
 
 namespace {
 
 using Info = v8::FunctionCallbackInfo<v8::Value>;
+
+// Returns in `text` the string of `value`, converting a non-string by the script's own rules;
+// returns false when that conversion throws.
+bool scriptString(v8::Isolate* isolate, v8::Local<v8::Value> value, v8::Local<v8::String>* text) {
+  if (value->IsString()) {
+    *text = value.As<v8::String>();
+    return true;
+  }
+  v8::TryCatch swallow(isolate);
+  return value->ToString(isolate->GetCurrentContext()).ToLocal(text);
+}
+
+// Calls `take(units, count)` with the characters of the two-byte reading of `text` a slice at a
+// time, so that only the result takes fresh memory; a surrogate pair is never cut between slices.
+template <typename Take>
+void forEachUtf16Slice(v8::Isolate* isolate, v8::Local<v8::String> text, Take take) {
+  constexpr int kSlice = 8 * 1024;
+  std::uint16_t units[kSlice];
+  const int length = text->Length();
+  for (int start = 0; start < length;) {
+    int count = length - start < kSlice ? length - start : kSlice;
+    text->Write(isolate, units, start, count, v8::String::NO_NULL_TERMINATION);
+    if (start + count < length && count > 1 && units[count - 1] >= 0xD800 && units[count - 1] < 0xDC00) --count;
+    take(units, static_cast<std::size_t>(count));
+    start += count;
+  }
+}
 
 // Returns the UTF-8 bytes of `value`, converting a non-string by the script's own rules. A
 // conversion that throws reads as the empty string, and zero characters stay in the result.
@@ -26,18 +55,12 @@ using Info = v8::FunctionCallbackInfo<v8::Value>;
 std::string getStringFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
   std::string out;
   v8::Local<v8::String> text;
-  if (value->IsString()) {
-    text = value.As<v8::String>();
-  } else {
-    v8::TryCatch swallow(isolate);
-    if (!value->ToString(isolate->GetCurrentContext()).ToLocal(&text)) return out;
-  }
+  if (!scriptString(isolate, value, &text)) return out;
   const int length = text->Length();
   if (length == 0) return out;
-  constexpr int kFlat = v8::String::NO_NULL_TERMINATION;
   if (text->IsOneByte()) {
     out.resize(static_cast<std::size_t>(length));
-    text->WriteOneByte(isolate, reinterpret_cast<std::uint8_t*>(&out[0]), 0, length, kFlat);
+    text->WriteOneByte(isolate, reinterpret_cast<std::uint8_t*>(&out[0]), 0, length, v8::String::NO_NULL_TERMINATION);
     const std::size_t ascii = tarnwick::asciiPrefixLength(out.data(), out.size());
     if (ascii == out.size()) return out;
     const std::string rest = out.substr(ascii);
@@ -45,17 +68,43 @@ std::string getStringFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
     tarnwick::appendLatin1AsUtf8(reinterpret_cast<const std::uint8_t*>(rest.data()), rest.size(), out);
     return out;
   }
-  // Copied out and encoded a slice at a time, so that only the result takes fresh memory.
-  constexpr int kSlice = 64 * 1024;
-  std::unique_ptr<std::uint16_t[]> units(new std::uint16_t[kSlice]);
   out.reserve(static_cast<std::size_t>(length) * 3);
-  for (int start = 0; start < length;) {
-    int count = length - start < kSlice ? length - start : kSlice;
-    text->Write(isolate, units.get(), start, count, kFlat);
-    // A surrogate pair cut by the slice is encoded whole with the next slice.
-    if (start + count < length && count > 1 && units[count - 1] >= 0xD800 && units[count - 1] < 0xDC00) --count;
-    tarnwick::appendUtf16AsUtf8(units.get(), static_cast<std::size_t>(count), out);
-    start += count;
+  forEachUtf16Slice(isolate, text, [&](const std::uint16_t* units, std::size_t count) {
+    tarnwick::appendUtf16AsUtf8(units, count, out);
+  });
+  return out;
+}
+
+// The UTF-8 bytes of a script string in page memory, and whether each of its characters fits in
+// one byte.
+struct ScriptText {
+  tarnwick::PageBlock bytes;
+  std::size_t size = 0;
+  bool oneByte = true;
+};
+
+// Returns what getStringFromV8 returns, in page memory: the big texts of the diff view come and
+// go call after call, and a released block serves the next one without fresh pages.
+ScriptText getTextFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+  ScriptText out;
+  v8::Local<v8::String> text;
+  if (!scriptString(isolate, value, &text) || text->Length() == 0) return out;
+  const std::size_t length = static_cast<std::size_t>(text->Length());
+  out.oneByte = text->IsOneByte();
+  out.bytes = tarnwick::PageBlock::acquire((out.oneByte ? 2 : 3) * length);
+  char* const bytes = out.bytes.data();
+  if (out.oneByte) {
+    constexpr int kSlice = 16 * 1024;
+    std::uint8_t chars[kSlice];
+    for (int start = 0; start < static_cast<int>(length); start += kSlice) {
+      const int count = static_cast<int>(length) - start < kSlice ? static_cast<int>(length) - start : kSlice;
+      text->WriteOneByte(isolate, chars, start, count, v8::String::NO_NULL_TERMINATION);
+      out.size += tarnwick::latin1ToUtf8(chars, static_cast<std::size_t>(count), bytes + out.size);
+    }
+  } else {
+    forEachUtf16Slice(isolate, text, [&](const std::uint16_t* units, std::size_t count) {
+      out.size += tarnwick::utf16ToUtf8(units, count, bytes + out.size);
+    });
   }
   return out;
 }
@@ -95,6 +144,56 @@ class Utf16Result final : public v8::String::ExternalStringResource {
   std::unique_ptr<std::uint16_t[]> units_;
   std::size_t length_;
 };
+
+// Owns the characters of a result, one byte or two each, while the script holds the string made
+// from them; the block then goes back for reuse. The host is told of the memory, as for any
+// memory a script value keeps outside its heap, so that it collects dropped results soon enough
+// for their blocks to serve the next ones.
+template <typename Resource, typename Unit>
+class BlockResult final : public Resource {
+ public:
+  BlockResult(v8::Isolate* isolate, tarnwick::PageBlock block, std::size_t length)
+      : isolate_(isolate), block_(std::move(block)), length_(length) {
+    isolate_->AdjustAmountOfExternalAllocatedMemory(static_cast<std::int64_t>(block_.capacity()));
+  }
+  ~BlockResult() override {
+    isolate_->AdjustAmountOfExternalAllocatedMemory(-static_cast<std::int64_t>(block_.capacity()));
+  }
+  const Unit* data() const override { return reinterpret_cast<const Unit*>(block_.data()); }
+  std::size_t length() const override { return length_; }
+
+ private:
+  v8::Isolate* const isolate_;
+  tarnwick::PageBlock block_;
+  std::size_t length_;
+};
+
+// Sets the characters of `units` as the call's result: handed over in place from 256 KB up,
+// copied below; a result longer than the host's longest string leaves the result undefined.
+void returnUnits(const Info& info, tarnwick::ColorDiffUnits units) {
+  v8::Isolate* isolate = info.GetIsolate();
+  if (units.length > static_cast<std::size_t>(v8::String::kMaxLength)) return;
+  const int length = static_cast<int>(units.length);
+  const bool external = units.length * (units.twoByte ? 2 : 1) >= kExternalResultBytes;
+  v8::MaybeLocal<v8::String> made;
+  if (length == 0) {
+    made = v8::String::Empty(isolate);
+  } else if (units.twoByte) {
+    made = external ? v8::String::NewExternalTwoByte(
+                          isolate, new BlockResult<v8::String::ExternalStringResource, std::uint16_t>(
+                                       isolate, std::move(units.block), units.length))
+                    : v8::String::NewFromTwoByte(isolate, reinterpret_cast<const std::uint16_t*>(units.block.data()),
+                                                 v8::NewStringType::kNormal, length);
+  } else {
+    made = external ? v8::String::NewExternalOneByte(
+                          isolate, new BlockResult<v8::String::ExternalOneByteStringResource, char>(
+                                       isolate, std::move(units.block), units.length))
+                    : v8::String::NewFromOneByte(isolate, reinterpret_cast<const std::uint8_t*>(units.block.data()),
+                                                 v8::NewStringType::kNormal, length);
+  }
+  v8::Local<v8::String> result;
+  if (made.ToLocal(&result)) info.GetReturnValue().Set(result);
+}
 
 // Sets `text`, up to its first zero byte, as the call's result; a text the host cannot make
 // into a string (too long) leaves the result undefined. Gives the string that
@@ -148,13 +247,22 @@ bool booleanArgument(const Info& info, int index) {
   return argument(info, index)->BooleanValue(info.GetIsolate());
 }
 
+// The diff view is rendered straight into the characters of the result; only a result with a
+// zero byte or with bytes that are not UTF-8 takes the byte path of every other method.
 void colorDiff(const Info& info) {
   if (info.Length() < 3) return;
   guarded([&] {
-    const std::string text = stringArgument(info, 0);
+    const ScriptText text = getTextFromV8(info.GetIsolate(), argument(info, 0));
     const bool showColorPreviews = booleanArgument(info, 1);
     const bool markAddedRemoved = booleanArgument(info, 2);
-    returnString(info, tarnwick::colorDiff(text, showColorPreviews, markAddedRemoved));
+    tarnwick::ColorDiffUnits units =
+        tarnwick::colorDiffUnits(text.bytes.data(), text.size, text.oneByte, showColorPreviews, markAddedRemoved);
+    if (units.made) {
+      returnUnits(info, std::move(units));
+    } else {
+      returnString(info, tarnwick::colorDiff(std::string(text.bytes.data(), text.size), showColorPreviews,
+                                             markAddedRemoved));
+    }
   });
 }
 

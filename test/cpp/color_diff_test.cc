@@ -6,7 +6,10 @@
 #include <string>
 
 #include "color_diff_reference.h"
+#include "convert/utf8_codec.h"
+#include "diff/byte_bitmap.h"
 #include "diff/color_diff_chunk.h"
+#include "diff/color_diff_units.h"
 #include "large_stack.h"
 #include "sample_diff.h"
 
@@ -18,12 +21,41 @@ std::string referenceColorDiff(const std::string& text, bool show, bool mark) {
   return out;
 }
 
-// Checks production against the reference for every flag combination.
+// Returns the reference's result as the characters colorDiffUnits makes of it (UTF-16 units, or
+// bytes when `oneByte`), or "" when it would leave the result to the host's decoder.
+std::u16string referenceUnits(const std::string& html, bool oneByte) {
+  std::u16string units(html.size(), u'\0');
+  const std::ptrdiff_t n =
+      tarnwick::decodeUtf8(html.data(), html.size(), reinterpret_cast<std::uint16_t*>(&units[0]));
+  units.resize(n < 0 || html.find('\0') != std::string::npos ? 0 : static_cast<std::size_t>(n));
+  for (char16_t unit : units) {
+    if (oneByte && unit > 0xFF) return u"";
+  }
+  return units;
+}
+
+// Checks production against the reference for every flag combination and every byte scan this
+// processor runs, both as bytes and as the characters of a one- or two-byte script string.
 void expectSameForEveryFlag(const std::string& text, const std::string& what) {
   for (int flags = 0; flags < 4; ++flags) {
     const bool show = flags & 1, mark = flags & 2;
-    ASSERT_EQ(tarnwick::colorDiff(text, show, mark), referenceColorDiff(text, show, mark))
-        << what << ", flags " << flags << ", " << text.size() << " bytes";
+    const std::string expected = referenceColorDiff(text, show, mark);
+    for (auto level : {tarnwick::ScanLevel::kScalar, tarnwick::ScanLevel::kSse2, tarnwick::ScanLevel::kNeon,
+                       tarnwick::ScanLevel::kAvx2}) {
+      if (!tarnwick::forceScanLevel(level)) continue;
+      const std::string where = what + ", flags " + std::to_string(flags) + ", scan " +
+                                std::to_string(static_cast<int>(level)) + ", " + std::to_string(text.size()) + " bytes";
+      ASSERT_EQ(tarnwick::colorDiff(text, show, mark), expected) << where;
+      for (bool oneByte : {false, true}) {
+        const tarnwick::ColorDiffUnits units = tarnwick::colorDiffUnits(text.data(), text.size(), oneByte, show, mark);
+        std::u16string made(units.length, u'\0');
+        for (std::size_t i = 0; i < units.length; ++i) {
+          made[i] = units.twoByte ? reinterpret_cast<const char16_t*>(units.block.data())[i]
+                                  : static_cast<unsigned char>(units.block.data()[i]);
+        }
+        ASSERT_EQ(units.made ? made : u"", referenceUnits(expected, oneByte)) << where << (oneByte ? ", one byte" : "");
+      }
+    }
   }
 }
 
@@ -73,6 +105,9 @@ TEST(ColorDiff, CutsInsideLongLines) {
       std::string(10, 'a') + "\n" + std::string(30000, '-'),  // ... at index 10
       std::string(20000, 'q'),                                // the loop's last, empty chunk
       std::string(9999, 'q') + "\n" + std::string(10000, 'q'),
+      "+" + std::string(9998, 'x') + "\xc3\xa9 x\n-\xc3\xbf",                  // markup between the halves of a character
+      std::string(9999, 'y') + "\xc3\xa9\n+\xc3\xa9 \xc3\xbf",               // nothing between them
+      std::string(9998, 'y') + "\xe2\x82\xac" + std::string(9997, 'y') + "\xf0\x9f\x98\x80",  // three- and four-byte ones
   };
   for (const std::string& text : cases) expectSameForEveryFlag(text, "long line");
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -102,7 +103,24 @@ TEST(Utf8Codec, DecodeMatchesReferenceOnGeneratedBytes) {
     const bool valid = referenceDecode(text, expected);
     const std::ptrdiff_t n = decode(text, actual);
     ASSERT_EQ(valid, n >= 0) << "round " << round;
-    if (valid) ASSERT_EQ(actual, expected) << "round " << round;
+    if (valid) {
+      ASSERT_EQ(actual, expected) << "round " << round;
+    }
+    // The same bytes in two pieces cut anywhere, as UTF-16 and as Latin-1.
+    const std::size_t cut = random() % (text.size() + 1);
+    std::u16string wide(text.size() + 1, u'\0');
+    std::vector<std::uint8_t> narrow(text.size() + 1);
+    tarnwick::Utf8PieceDecoder<std::uint16_t> wideDecoder(reinterpret_cast<std::uint16_t*>(&wide[0]));
+    tarnwick::Utf8PieceDecoder<std::uint8_t> narrowDecoder(narrow.data());
+    wideDecoder.add(text.data(), cut) && wideDecoder.add(text.data() + cut, text.size() - cut);
+    narrowDecoder.add(text.data(), cut) && narrowDecoder.add(text.data() + cut, text.size() - cut);
+    wide.resize(wideDecoder.finish() < 0 ? 0 : static_cast<std::size_t>(wideDecoder.finish()));
+    narrow.resize(narrowDecoder.finish() < 0 ? 0 : static_cast<std::size_t>(narrowDecoder.finish()));
+    const bool latin1 = valid && std::all_of(expected.begin(), expected.end(), [](char16_t u) { return u < 0x100; });
+    ASSERT_EQ(wideDecoder.finish() >= 0, valid) << "round " << round;
+    ASSERT_EQ(narrowDecoder.finish() >= 0, latin1) << "round " << round;
+    ASSERT_EQ(wide, valid ? expected : u"") << "round " << round;
+    ASSERT_EQ(std::u16string(narrow.begin(), narrow.end()), latin1 ? expected : u"") << "round " << round;
   }
 }
 
@@ -133,7 +151,9 @@ TEST(Utf8Codec, EncodeRoundTripsThroughDecode) {
     std::u16string back;
     const std::ptrdiff_t n = decode(encode(units), back);
     ASSERT_EQ(n < 0, lone) << "round " << round;
-    if (!lone) ASSERT_EQ(back, units) << "round " << round;
+    if (!lone) {
+      ASSERT_EQ(back, units) << "round " << round;
+    }
   }
 }
 

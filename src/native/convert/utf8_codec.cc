@@ -66,6 +66,68 @@ inline std::size_t widenAsciiBlocks(const unsigned char* text, std::size_t lengt
   return i;
 }
 
+// Copies the run of ASCII bytes at the start of `text` to `out`, eight at a time, and returns how
+// many it copied (the Latin-1 form of ASCII is the same bytes).
+inline std::size_t widenAsciiBlocks(const unsigned char* text, std::size_t length, std::uint8_t* out) {
+  std::size_t i = 0;
+  while (i + 8 <= length && asciiWord(text + i)) {
+    std::memcpy(out + i, text + i, 8);
+    i += 8;
+  }
+  return i;
+}
+
+inline std::size_t sequenceLength(unsigned char lead) { return lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4; }
+
+// Decodes `length` bytes of UTF-8 into units of type Unit, as decodeUtf8 describes; a character
+// that does not fit the unit makes the text invalid.
+template <typename Unit>
+std::ptrdiff_t decode(const char* text, std::size_t length, Unit* out) {
+  constexpr bool kLatin1 = sizeof(Unit) == 1;
+  const auto* s = reinterpret_cast<const unsigned char*>(text);
+  Unit* const begin = out;
+  std::size_t i = 0;
+  while (i < length) {
+    const std::size_t ascii = widenAsciiBlocks(s + i, length - i, out);
+    i += ascii;
+    out += ascii;
+    if (i == length) break;
+    const unsigned char c = s[i];
+    if (c < 0x80) {
+      *out++ = c;
+      ++i;
+    } else if (c >= 0xC2 && c <= 0xDF) {
+      if (i + 1 >= length || !isContinuation(s[i + 1])) return -1;
+      if (kLatin1 && c > 0xC3) return -1;
+      *out++ = static_cast<Unit>(((c & 0x1F) << 6) | (s[i + 1] & 0x3F));
+      i += 2;
+    } else if (kLatin1) {
+      return -1;
+    } else if (c >= 0xE0 && c <= 0xEF) {
+      if (i + 2 >= length || !isContinuation(s[i + 1]) || !isContinuation(s[i + 2])) return -1;
+      if (c == 0xE0 && s[i + 1] < 0xA0) return -1;  // overlong
+      if (c == 0xED && s[i + 1] >= 0xA0) return -1;  // surrogate
+      *out++ = static_cast<Unit>(((c & 0x0F) << 12) | ((s[i + 1] & 0x3F) << 6) | (s[i + 2] & 0x3F));
+      i += 3;
+    } else if (c >= 0xF0 && c <= 0xF4) {
+      if (i + 3 >= length || !isContinuation(s[i + 1]) || !isContinuation(s[i + 2]) ||
+          !isContinuation(s[i + 3])) {
+        return -1;
+      }
+      if (c == 0xF0 && s[i + 1] < 0x90) return -1;  // overlong
+      if (c == 0xF4 && s[i + 1] >= 0x90) return -1;  // past U+10FFFF
+      const std::uint32_t cp = ((c & 0x07u) << 18) | ((s[i + 1] & 0x3Fu) << 12) | ((s[i + 2] & 0x3Fu) << 6) |
+                               (s[i + 3] & 0x3Fu);
+      *out++ = static_cast<Unit>(0xD800 + ((cp - 0x10000) >> 10));
+      *out++ = static_cast<Unit>(0xDC00 + ((cp - 0x10000) & 0x3FF));
+      i += 4;
+    } else {
+      return -1;
+    }
+  }
+  return out - begin;
+}
+
 }  // namespace
 
 std::size_t asciiPrefixLength(const char* text, std::size_t length) {
@@ -75,10 +137,8 @@ std::size_t asciiPrefixLength(const char* text, std::size_t length) {
   return i;
 }
 
-void appendLatin1AsUtf8(const std::uint8_t* chars, std::size_t length, std::string& out) {
-  const std::size_t start = out.size();
-  out.resize(start + 2 * length);
-  char* p = &out[start];
+std::size_t latin1ToUtf8(const std::uint8_t* chars, std::size_t length, char* out) {
+  char* p = out;
   std::size_t i = 0;
   while (i < length) {
     if (i + 8 <= length && asciiWord(chars + i)) {
@@ -95,14 +155,17 @@ void appendLatin1AsUtf8(const std::uint8_t* chars, std::size_t length, std::stri
       *p++ = static_cast<char>(0x80 | (c & 0x3F));
     }
   }
-  out.resize(static_cast<std::size_t>(p - out.data()));
+  return static_cast<std::size_t>(p - out);
 }
 
-void appendUtf16AsUtf8(const std::uint16_t* units, std::size_t length, std::string& out) {
-  // Encoding into an uninitialised buffer of the largest size and appending what was written
-  // costs one copy, less than zeroing the largest size or counting the exact one first.
-  std::unique_ptr<char[]> buffer(new char[3 * length + 1]);
-  char* p = buffer.get();
+void appendLatin1AsUtf8(const std::uint8_t* chars, std::size_t length, std::string& out) {
+  const std::size_t start = out.size();
+  out.resize(start + 2 * length);
+  out.resize(start + latin1ToUtf8(chars, length, &out[start]));
+}
+
+std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* out) {
+  char* p = out;
   std::size_t i = 0;
   while (i < length) {
     const std::size_t ascii = narrowAsciiBlocks(units + i, length - i, p);
@@ -127,49 +190,53 @@ void appendUtf16AsUtf8(const std::uint16_t* units, std::size_t length, std::stri
       *p++ = static_cast<char>(0x80 | (u & 0x3F));
     }
   }
-  out.append(buffer.get(), static_cast<std::size_t>(p - buffer.get()));
+  return static_cast<std::size_t>(p - out);
+}
+
+void appendUtf16AsUtf8(const std::uint16_t* units, std::size_t length, std::string& out) {
+  // Encoding into an uninitialised buffer of the largest size and appending what was written
+  // costs one copy, less than zeroing the largest size or counting the exact one first.
+  std::unique_ptr<char[]> buffer(new char[3 * length + 1]);
+  out.append(buffer.get(), utf16ToUtf8(units, length, buffer.get()));
 }
 
 std::ptrdiff_t decodeUtf8(const char* text, std::size_t length, std::uint16_t* out) {
-  const auto* s = reinterpret_cast<const unsigned char*>(text);
-  std::uint16_t* const begin = out;
-  std::size_t i = 0;
-  while (i < length) {
-    const std::size_t ascii = widenAsciiBlocks(s + i, length - i, out);
-    i += ascii;
-    out += ascii;
-    if (i == length) break;
-    const unsigned char c = s[i];
-    if (c < 0x80) {
-      *out++ = c;
-      ++i;
-    } else if (c >= 0xC2 && c <= 0xDF) {
-      if (i + 1 >= length || !isContinuation(s[i + 1])) return -1;
-      *out++ = static_cast<std::uint16_t>(((c & 0x1F) << 6) | (s[i + 1] & 0x3F));
-      i += 2;
-    } else if (c >= 0xE0 && c <= 0xEF) {
-      if (i + 2 >= length || !isContinuation(s[i + 1]) || !isContinuation(s[i + 2])) return -1;
-      if (c == 0xE0 && s[i + 1] < 0xA0) return -1;  // overlong
-      if (c == 0xED && s[i + 1] >= 0xA0) return -1;  // surrogate
-      *out++ = static_cast<std::uint16_t>(((c & 0x0F) << 12) | ((s[i + 1] & 0x3F) << 6) | (s[i + 2] & 0x3F));
-      i += 3;
-    } else if (c >= 0xF0 && c <= 0xF4) {
-      if (i + 3 >= length || !isContinuation(s[i + 1]) || !isContinuation(s[i + 2]) ||
-          !isContinuation(s[i + 3])) {
-        return -1;
-      }
-      if (c == 0xF0 && s[i + 1] < 0x90) return -1;  // overlong
-      if (c == 0xF4 && s[i + 1] >= 0x90) return -1;  // past U+10FFFF
-      const std::uint32_t cp = ((c & 0x07u) << 18) | ((s[i + 1] & 0x3Fu) << 12) | ((s[i + 2] & 0x3Fu) << 6) |
-                               (s[i + 3] & 0x3Fu);
-      *out++ = static_cast<std::uint16_t>(0xD800 + ((cp - 0x10000) >> 10));
-      *out++ = static_cast<std::uint16_t>(0xDC00 + ((cp - 0x10000) & 0x3FF));
-      i += 4;
-    } else {
-      return -1;
-    }
-  }
-  return out - begin;
+  return decode(text, length, out);
 }
+
+template <typename Unit>
+bool Utf8PieceDecoder<Unit>::add(const char* data, std::size_t size) {
+  if (!valid_) return false;
+  if (held_ > 0) {
+    const std::size_t need = sequenceLength(pending_[0]);
+    while (held_ < need && size > 0) {
+      pending_[held_++] = static_cast<unsigned char>(*data++);
+      --size;
+    }
+    if (held_ < need) return true;
+    const std::ptrdiff_t n = decode(reinterpret_cast<const char*>(pending_), need, out_);
+    held_ = 0;
+    if (n < 0) return valid_ = false;
+    out_ += n;
+  }
+  // A multi-byte sequence whose lead stands in the last three bytes and that the piece cuts short
+  // waits for the next piece.
+  std::size_t keep = size;
+  for (std::size_t back = 1; back <= 3 && back <= size; ++back) {
+    const unsigned char c = static_cast<unsigned char>(data[size - back]);
+    if (isContinuation(c)) continue;
+    if (c >= 0xC0 && sequenceLength(c) > back) keep = size - back;
+    break;
+  }
+  const std::ptrdiff_t n = decode(data, keep, out_);
+  if (n < 0) return valid_ = false;
+  out_ += n;
+  held_ = size - keep;
+  std::memcpy(pending_, data + keep, held_);
+  return true;
+}
+
+template class Utf8PieceDecoder<std::uint8_t>;
+template class Utf8PieceDecoder<std::uint16_t>;
 
 }  // namespace tarnwick

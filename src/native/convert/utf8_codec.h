@@ -7,12 +7,20 @@
 
 namespace tarnwick {
 
-// Appends the UTF-8 form of `length` Latin-1 characters (a one-byte script string) to `out`.
+// Writes the UTF-8 form of `length` Latin-1 characters (a one-byte script string) to `out`, which
+// has room for 2 * length bytes, and returns the number of bytes written.
+std::size_t latin1ToUtf8(const std::uint8_t* chars, std::size_t length, char* out);
+
+// Writes the UTF-8 form of `length` UTF-16 code units to `out`, which has room for 3 * length
+// bytes, and returns the number of bytes written. A surrogate pair becomes one four-byte
+// sequence; a lone surrogate becomes the three-byte form of its own value, which is what the
+// host's own UTF-8 conversion writes for it.
+std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* out);
+
+// Appends the UTF-8 form of `length` Latin-1 characters to `out`.
 void appendLatin1AsUtf8(const std::uint8_t* chars, std::size_t length, std::string& out);
 
-// Appends the UTF-8 form of `length` UTF-16 code units to `out`. A surrogate pair becomes one
-// four-byte sequence; a lone surrogate becomes the three-byte form of its own value, which is
-// what the host's own UTF-8 conversion writes for it.
+// Appends the UTF-8 form of `length` UTF-16 code units to `out`, as utf16ToUtf8 writes it.
 void appendUtf16AsUtf8(const std::uint16_t* units, std::size_t length, std::string& out);
 
 // Returns the length of the ASCII prefix of `text`.
@@ -23,6 +31,33 @@ std::size_t asciiPrefixLength(const char* text, std::size_t length);
 // (overlong forms, surrogates, values past U+10FFFF, cut sequences): the caller then leaves the
 // decoding, and the replacement characters it implies, to the host.
 std::ptrdiff_t decodeUtf8(const char* text, std::size_t length, std::uint16_t* out);
+
+// Decodes UTF-8 that arrives in pieces, a sequence possibly split between two of them, into code
+// units at the `out` given first, which has room for as many units as there are bytes in all.
+// `Unit` is std::uint16_t for UTF-16, or std::uint8_t for Latin-1, where a character past U+00FF
+// counts as invalid like a malformed sequence.
+template <typename Unit>
+class Utf8PieceDecoder {
+ public:
+  explicit Utf8PieceDecoder(Unit* out) : begin_(out), out_(out) {}
+
+  // Decodes the next piece; returns false once the text so far is not valid.
+  bool add(const char* data, std::size_t size);
+
+  // Returns the number of units written for the whole text, or -1 when it was not valid or ended
+  // inside a sequence.
+  std::ptrdiff_t finish() const { return valid_ && held_ == 0 ? out_ - begin_ : -1; }
+
+ private:
+  Unit* const begin_;
+  Unit* out_;
+  bool valid_ = true;
+  unsigned char pending_[4] = {0, 0, 0, 0};  // the start of a sequence the last piece cut
+  std::size_t held_ = 0;
+};
+
+extern template class Utf8PieceDecoder<std::uint8_t>;
+extern template class Utf8PieceDecoder<std::uint16_t>;
 
 }  // namespace tarnwick
 

@@ -1,6 +1,8 @@
 #include "diff/color_diff.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 #include "diff/color_diff_chunk.h"
 
@@ -12,34 +14,81 @@ constexpr std::size_t kSliceLength = 10000;
 constexpr std::size_t kSwatchLimit = 150000;
 constexpr std::size_t kSmallestCut = 10;
 
-}  // namespace
-
-std::string colorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved) {
-  const std::size_t length = text.size();
-  if (length > kSwatchLimit) showColorPreviews = false;
-  std::string out;
-  std::string scratch;
-  out.reserve(length * 2 + 512);
-  if (length <= kSliceLength) {
-    appendColoredDiffChunk(out, scratch, text.data(), length, showColorPreviews, markAddedRemoved);
-    return out;
+// Returns the index of the last line feed among the `size` bytes at `slice`, or `size` when
+// there is none; eight bytes at a time, since a slice that is one long line is read whole.
+std::size_t lastLineFeed(const char* slice, std::size_t size) {
+  constexpr std::uint64_t kLow7 = 0x7F7F7F7F7F7F7F7Full;
+  std::size_t i = size;
+  while (i > 0 && i % 8 != 0) {
+    if (slice[--i] == '\n') return i;
   }
-  std::size_t start = 0;
-  while (start <= length) {
-    const char* const slice = text.data() + start;
+  while (i >= 8) {
+    std::uint64_t word;
+    std::memcpy(&word, slice + i - 8, 8);
+    word ^= 0x0A0A0A0A0A0A0A0Aull;
+    // The high bit of every zero byte, that is of every line feed (little-endian words).
+    const std::uint64_t feeds = ~(((word & kLow7) + kLow7) | word | kLow7);
+    if (feeds != 0) return i - 8 + static_cast<std::size_t>(63 - __builtin_clzll(feeds)) / 8;
+    i -= 8;
+  }
+  return size;
+}
+
+// Calls `colour(chunk, size, showColorPreviews)` for each chunk of the text in order, with the
+// swatch limit applied.
+template <typename Colour>
+bool forEachChunk(const char* text, std::size_t length, bool showColorPreviews, Colour colour) {
+  if (length > kSwatchLimit) showColorPreviews = false;
+  if (length <= kSliceLength) return colour(text, length, showColorPreviews);
+  for (std::size_t start = 0; start <= length;) {
+    const char* const slice = text + start;
     const std::size_t sliceLength = std::min(kSliceLength, length - start);
-    // The last line feed of the slice, searched from its end.
-    std::size_t chunkLength = kSliceLength;
-    for (std::size_t i = sliceLength; i > 0; --i) {
-      if (slice[i - 1] == '\n') {
-        if (i - 1 >= kSmallestCut) chunkLength = i - 1;
-        break;
-      }
-    }
-    appendColoredDiffChunk(out, scratch, slice, std::min(chunkLength, length - start), showColorPreviews,
-                           markAddedRemoved);
+    const std::size_t feed = lastLineFeed(slice, sliceLength);
+    const std::size_t chunkLength = feed < sliceLength && feed >= kSmallestCut ? feed : kSliceLength;
+    if (!colour(slice, std::min(chunkLength, length - start), showColorPreviews)) return false;
     start += chunkLength;
   }
+  return true;
+}
+
+}  // namespace
+
+ColorDiffSize measureColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved) {
+  std::string scratch;
+  ColorDiffSize size;
+  forEachChunk(text, length, showColorPreviews, [&](const char* chunk, std::size_t chunkLength, bool show) {
+    const std::size_t html = coloredChunkLength(chunk, chunkLength, show, markAddedRemoved, scratch);
+    size.total += html;
+    size.largestChunk = std::max(size.largestChunk, html);
+    return true;
+  });
+  return size;
+}
+
+char* writeColorDiff(char* out, const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved) {
+  std::string scratch;
+  forEachChunk(text, length, showColorPreviews, [&](const char* chunk, std::size_t size, bool show) {
+    out = writeColoredChunk(out, chunk, size, show, markAddedRemoved, scratch);
+    return true;
+  });
+  return out;
+}
+
+bool streamColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
+                     std::size_t largestChunk, ColorDiffSink& sink) {
+  std::string html(largestChunk + kColorDiffSlack, '\0');
+  std::string scratch;
+  return forEachChunk(text, length, showColorPreviews, [&](const char* chunk, std::size_t size, bool show) {
+    const char* const end = writeColoredChunk(&html[0], chunk, size, show, markAddedRemoved, scratch);
+    return sink.take(html.data(), static_cast<std::size_t>(end - html.data()));
+  });
+}
+
+std::string colorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved) {
+  const std::size_t size = measureColorDiff(text.data(), text.size(), showColorPreviews, markAddedRemoved).total;
+  std::string out(size + kColorDiffSlack, '\0');
+  writeColorDiff(&out[0], text.data(), text.size(), showColorPreviews, markAddedRemoved);
+  out.resize(size);
   return out;
 }
 

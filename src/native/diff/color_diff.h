@@ -1,7 +1,10 @@
 #ifndef UTILS_DIFF_COLOR_DIFF_H
 #define UTILS_DIFF_COLOR_DIFF_H
 
+#include <cstddef>
 #include <string>
+
+#include "diff/color_diff_chunk.h"
 
 namespace tarnwick {
 
@@ -9,6 +12,34 @@ namespace tarnwick {
 // a text over 10000 bytes is coloured in chunks cut at the slice's last line feed (at index 10 or
 // more of a 10000-byte slice, else after 10000 bytes), the line feed starting the next chunk.
 std::string colorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved);
+
+// The byte length of colorDiff's result, and of the HTML of its largest chunk.
+struct ColorDiffSize {
+  std::size_t total = 0;
+  std::size_t largestChunk = 0;
+};
+
+// Returns the size of colorDiff's result for `length` bytes at `text`, measured by the scans that
+// write it.
+ColorDiffSize measureColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved);
+
+// Writes colorDiff's result for `length` bytes at `text` to `out`, which has room for its total
+// size + kColorDiffSlack bytes, and returns the end of the result.
+char* writeColorDiff(char* out, const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved);
+
+// Receives colorDiff's result piece by piece, in order.
+class ColorDiffSink {
+ public:
+  virtual ~ColorDiffSink() = default;
+  // Takes the next `size` bytes of the result; returns false to stop the rendering.
+  virtual bool take(const char* data, std::size_t size) = 0;
+};
+
+// Hands colorDiff's result for `length` bytes at `text` to `sink` one chunk's HTML at a time, each
+// written to a buffer of the `largestChunk` measured, so that only a chunk's worth of it is ever
+// in memory here. Returns false when the sink stopped it.
+bool streamColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
+                     std::size_t largestChunk, ColorDiffSink& sink);
 
 }  // namespace tarnwick
 

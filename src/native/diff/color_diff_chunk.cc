@@ -1,7 +1,10 @@
 #include "diff/color_diff_chunk.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+
+#include "diff/byte_bitmap.h"
 
 namespace tarnwick {
 
@@ -20,7 +23,8 @@ constexpr Piece piece(const char (&literal)[N]) {
 constexpr Piece kAddedOpen = piece("<div class='diff-added'><span class='diff-action'>+</span>");
 constexpr Piece kRemovedOpen = piece("<div class='diff-removed'><span class='diff-action'>-</span>");
 constexpr Piece kDivClose = piece("</div>");
-constexpr Piece kHeaderOpen = piece("<div class='diff-break'>");
+constexpr Piece kLineFeed = piece("\n");
+constexpr Piece kBreakOpen = piece("<div class='diff-break'>");
 constexpr Piece kHeaderTools = piece(
     "<div class='tools'><span class='discard-hunk link'>discard hunk</span>"
     "<span class='stage-hunk link'>stage hunk</span><span class='unstage-hunk link'>unstage hunk</span>"
@@ -31,80 +35,276 @@ constexpr Piece kNote = piece("\\ No newline at end of file");
 constexpr Piece kSwatchOpen = piece("<span class='color-preview' style='background-color: ");
 constexpr Piece kSwatchClose = piece("'></span>");
 
-inline void append(std::string& out, Piece p) { out.append(p.data, p.size); }
-
 inline bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
 inline bool isHex(char c) { return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
-inline void appendRange(std::string& out, const char* begin, const char* end) {
-  out.append(begin, static_cast<std::size_t>(end - begin));
-}
+// The markup of added (1) and removed (2) lines: an opening piece, which stands for the line's
+// first byte, and a closing piece. Padded, so that each is copied with one store of fixed size.
+constexpr char kOpenText[3][64] = {"", "<div class='diff-added'><span class='diff-action'>+</span>",
+                                   "<div class='diff-removed'><span class='diff-action'>-</span>"};
+constexpr std::size_t kOpenSize[3] = {0, kAddedOpen.size, kRemovedOpen.size};
+constexpr char kCloseText[3][8] = {"", "</div>", "</div>"};
+constexpr std::size_t kCloseSize[3] = {0, kDivClose.size, kDivClose.size};
+static_assert(kAddedOpen.size < 64 && kRemovedOpen.size < 64, "an opening piece fits its padded copy");
 
-// Returns whether the eight bytes of `word` hold a byte equal to every byte of `pattern`'s.
-inline bool holdsByte(std::uint64_t word, std::uint64_t pattern) {
-  const std::uint64_t v = word ^ pattern;
-  return ((v - 0x0101010101010101ull) & ~v & 0x8080808080808080ull) != 0;
-}
-
-// Returns the first "#" or "r" in [p, end), or `end`; eight bytes at a time where neither occurs.
-const char* findColorStart(const char* p, const char* const end) {
-  while (end - p >= 8) {
-    std::uint64_t word;
-    std::memcpy(&word, p, 8);
-    if (holdsByte(word, 0x2323232323232323ull) || holdsByte(word, 0x7272727272727272ull)) break;
-    p += 8;
+// Copies `n` bytes exactly, without a library call for the short runs a diff line is made of.
+inline void copyBytes(char* d, const char* s, std::size_t n) {
+  if (n > 64) {
+    std::memcpy(d, s, n);
+  } else if (n >= 16) {
+    for (std::size_t i = 0; i + 16 < n; i += 16) std::memcpy(d + i, s + i, 16);
+    std::memcpy(d + n - 16, s + n - 16, 16);
+  } else if (n >= 8) {
+    std::memcpy(d, s, 8);
+    std::memcpy(d + n - 8, s + n - 8, 8);
+  } else if (n >= 4) {
+    std::memcpy(d, s, 4);
+    std::memcpy(d + n - 4, s + n - 4, 4);
+  } else if (n > 0) {
+    d[0] = s[0];
+    d[n / 2] = s[n / 2];
+    d[n - 1] = s[n - 1];
   }
-  while (p < end && *p != '#' && *p != 'r') ++p;
-  return p;
 }
 
-// Returns whether [begin, end) holds the missing-newline note.
-bool holdsNote(const char* begin, const char* end) {
-  while (static_cast<std::size_t>(end - begin) >= kNote.size) {
-    const void* slash = std::memchr(begin, '\\', static_cast<std::size_t>(end - begin) - kNote.size + 1);
+// The two ways of producing the result, run by the same scans: measuring it, and writing it to
+// memory sized by the measurement.
+struct Measure {
+  std::size_t size = 0;
+  void bytes(const char*, std::size_t n, const char*) { size += n; }
+  void put(Piece p) { size += p.size; }
+  void open(std::size_t kind) { size += kOpenSize[kind]; }
+  void close(std::size_t kind) { size += kCloseSize[kind]; }
+};
+
+// Writes with whole stores that may run up to kColorDiffSlack bytes past what they keep; the
+// next write covers what they left there. Always inlined: a call for each piece of each line
+// would cost more than the piece.
+struct Write {
+  char* at;
+  // Copies `n` bytes from `s`, reading nothing at or past `limit`.
+  __attribute__((always_inline)) void bytes(const char* s, std::size_t n, const char* limit) {
+    const std::size_t readable = static_cast<std::size_t>(limit - s);
+    if (n <= 64 && readable >= 64) {
+      std::memcpy(at, s, 64);  // most runs of a diff are this short: one store of fixed size
+    } else if (n <= 256 && readable >= n + 32) {
+      for (std::size_t i = 0; i < n; i += 32) std::memcpy(at + i, s + i, 32);
+    } else {
+      copyBytes(at, s, n);
+    }
+    at += n;
+  }
+  __attribute__((always_inline)) void put(Piece p) {
+    std::memcpy(at, p.data, p.size);
+    at += p.size;
+  }
+  __attribute__((always_inline)) void open(std::size_t kind) {
+    std::memcpy(at, kOpenText[kind], sizeof kOpenText[kind]);
+    at += kOpenSize[kind];
+  }
+  __attribute__((always_inline)) void close(std::size_t kind) {
+    std::memcpy(at, kCloseText[kind], sizeof kCloseText[kind]);
+    at += kCloseSize[kind];
+  }
+};
+
+// Returns, one after another, the positions of the bytes `a`, `b` and `c` in [begin, end), then
+// `end` for good. Finds them with the vectorised bitmap a window at a time, kept in `map` (room for
+// kBitmapWords words): outside the object, so that the object never escapes and the compiler can
+// keep its state in registers across byte stores.
+constexpr std::size_t kBitmapWords = 64;
+class BytePositions {
+ public:
+  BytePositions(const char* begin, const char* end, char a, char b, char c, std::uint64_t* map)
+      : window_(begin), end_(end), a_(a), b_(b), c_(c), map_(map) {
+    load();
+  }
+
+  const char* next() {
+    while (bits_ == 0) {
+      if (word_ + 1 < words_) {
+        bits_ = map_[++word_];
+      } else if (static_cast<std::size_t>(end_ - window_) > kWindow) {
+        window_ += kWindow;
+        load();
+      } else {
+        return end_;
+      }
+    }
+    const char* at = window_ + 64 * word_ + __builtin_ctzll(bits_);
+    bits_ &= bits_ - 1;
+    return at;
+  }
+
+ private:
+  static constexpr std::size_t kWindow = 64 * kBitmapWords;
+
+  void load() {
+    const std::size_t left = static_cast<std::size_t>(end_ - window_);
+    const std::size_t size = left < kWindow ? left : kWindow;
+    words_ = (size + 63) / 64;
+    word_ = 0;
+    bits_ = 0;
+    if (size == 0) return;
+    byteBitmap(window_, size, ByteSet{a_, b_, c_}, map_);
+    bits_ = map_[0];
+  }
+
+  const char* window_;
+  const char* const end_;
+  const char a_, b_, c_;
+  std::uint64_t* const map_;
+  std::size_t words_ = 0, word_ = 0;
+  std::uint64_t bits_ = 0;
+};
+
+// Returns whether [p, contentEnd) holds the missing-newline note.
+bool holdsNote(const char* p, const char* contentEnd) {
+  while (contentEnd - p >= static_cast<std::ptrdiff_t>(kNote.size)) {
+    const void* slash = std::memchr(p, '\\', static_cast<std::size_t>(contentEnd - p) - kNote.size + 1);
     if (slash == nullptr) return false;
     const char* at = static_cast<const char*>(slash);
     if (std::memcmp(at, kNote.data, kNote.size) == 0) return true;
-    begin = at + 1;
+    p = at + 1;
   }
   return false;
 }
 
+// Writes a line whose content holds a backslash, or that starts with "@": the general rules. A
+// hunk header gains a line feed before and after its div (and any note div), which leaves the
+// lines around it empty or starting with a carriage return, so the note pass never matches them.
+// Takes and returns the writer by value, so that it stays in registers (see markLines).
+template <typename Out>
+Out markRareLine(Out out, const char* p, const char* contentEnd, const char* lineEnd, const char* end,
+                 bool markAddedRemoved, bool backslash) {
+  const bool header = contentEnd - p >= 2 && p[0] == '@' && p[1] == '@';
+  const bool added = markAddedRemoved && p < contentEnd && p[0] == '+';
+  const bool removed = markAddedRemoved && p < contentEnd && p[0] == '-';
+  const bool note = backslash && holdsNote(p, contentEnd);
+  if (header) out.put(kLineFeed);
+  if (note) out.put(kNoteOpen);
+  if (added || removed) {
+    out.open(added ? 1 : 2);
+    out.bytes(p + 1, static_cast<std::size_t>(contentEnd - p - 1), end);
+    out.close(added ? 1 : 2);
+  } else if (header) {
+    out.put(kBreakOpen);
+    out.bytes(p, static_cast<std::size_t>(contentEnd - p), end);
+    out.put(kHeaderTools);
+  } else {
+    out.bytes(p, static_cast<std::size_t>(contentEnd - p), end);
+  }
+  if (note) out.put(kNoteClose);
+  if (header) out.put(kLineFeed);
+  out.bytes(contentEnd, static_cast<std::size_t>(lineEnd - contentEnd), end);
+  return out;
+}
+
 // Passes 1 to 4, fused: every line is classified once. A line's "content" runs from its start to
 // its first carriage return (what ".*" covers); the rest of the line follows the markup as it is.
-// A hunk header gains a line feed before and after its div (and any note div), which leaves the
-// lines around it empty or starting with a carriage return, so the note pass never matches them.
-void markLines(std::string& out, const char* p, const char* const end, bool markAddedRemoved) {
+// The line feeds, carriage returns and backslashes come from one vectorised scan. A line with no
+// backslash in its content and no "@" at its start (nearly every line of a diff) is a plain,
+// added or removed line: an added or removed one is written by table, and plain lines, with the
+// line feeds and line ends around the markup, go out as they stand in one copy a run.
+// The writer is worked on as a local copy, whose position the compiler keeps in a register: the
+// caller's could be changed by any byte store, and would be reloaded after each.
+template <typename Out>
+void markLines(Out& caller, const char* p, const char* const end, bool markAddedRemoved) {
+  Out out = caller;
+  std::uint64_t map[kBitmapWords];
+  BytePositions marks(p, end, '\n', '\r', '\\', map);
+  const char* copied = p;  // the start of the bytes passed over as they stand, not yet written
   for (;;) {
-    const void* feed = std::memchr(p, '\n', static_cast<std::size_t>(end - p));
-    const char* const lineEnd = feed ? static_cast<const char*>(feed) : end;
-    const void* cr = std::memchr(p, '\r', static_cast<std::size_t>(lineEnd - p));
-    const char* const contentEnd = cr ? static_cast<const char*>(cr) : lineEnd;
-    const bool note = holdsNote(p, contentEnd);
-    const bool header = contentEnd - p >= 2 && p[0] == '@' && p[1] == '@';
-    const bool added = markAddedRemoved && p < contentEnd && p[0] == '+';
-    const bool removed = markAddedRemoved && p < contentEnd && p[0] == '-';
-    if (header) out.push_back('\n');
-    if (note) append(out, kNoteOpen);
-    if (added || removed) {
-      append(out, added ? kAddedOpen : kRemovedOpen);
-      appendRange(out, p + 1, contentEnd);
-      append(out, kDivClose);
-    } else if (header) {
-      append(out, kHeaderOpen);
-      appendRange(out, p, contentEnd);
-      append(out, kHeaderTools);
-    } else {
-      appendRange(out, p, contentEnd);
+    const char* lineEnd = marks.next();
+    const char* contentEnd = nullptr;
+    bool backslash = false;
+    for (; lineEnd != end && *lineEnd != '\n'; lineEnd = marks.next()) {
+      if (contentEnd != nullptr) continue;
+      if (*lineEnd == '\r') {
+        contentEnd = lineEnd;
+      } else {
+        backslash = true;
+      }
     }
-    if (note) append(out, kNoteClose);
-    if (header) out.push_back('\n');
-    appendRange(out, contentEnd, lineEnd);
-    if (lineEnd == end) return;
-    out.push_back('\n');
+    if (contentEnd == nullptr) contentEnd = lineEnd;
+    const char first = p < contentEnd ? *p : '\0';
+    if (backslash || first == '@') {
+      out.bytes(copied, static_cast<std::size_t>(p - copied), end);
+      out = markRareLine(out, p, contentEnd, lineEnd, end, markAddedRemoved, backslash);
+      copied = lineEnd;
+    } else if (markAddedRemoved && (first == '+' || first == '-')) {
+      const std::size_t kind = first == '+' ? 1 : 2;
+      out.bytes(copied, static_cast<std::size_t>(p - copied), end);
+      out.open(kind);
+      out.bytes(p + 1, static_cast<std::size_t>(contentEnd - p - 1), end);
+      out.close(kind);
+      copied = contentEnd;
+    }
+    if (lineEnd == end) break;
     p = lineEnd + 1;
   }
+  out.bytes(copied, static_cast<std::size_t>(end - copied), end);
+  caller = out;
+}
+
+// Returns the number of bits set in `x`, without the library call that a processor lacking a
+// population count instruction would get.
+inline std::size_t bitCount(std::uint64_t x) {
+  x -= (x >> 1) & 0x5555555555555555ull;
+  x = (x & 0x3333333333333333ull) + ((x >> 2) & 0x3333333333333333ull);
+  x = (x + (x >> 4)) & 0x0F0F0F0F0F0F0F0Full;
+  return static_cast<std::size_t>((x * 0x0101010101010101ull) >> 56);
+}
+
+// Returns the bytes that markLines writes for [begin, end), without walking the lines one by one.
+// Every byte of the text is written once, so the size is the text's plus what each line adds: an
+// added or removed line a fixed amount, counted for all of them at once from bitmaps of where the
+// lines start and of their first bytes; a line that starts with "@" or holds a backslash (a hunk
+// header or a missing-newline note can only be such a line) is measured alone by the general rules.
+std::size_t measureLines(const char* const begin, const char* const end, bool markAddedRemoved) {
+  constexpr std::size_t kAddedExtra = kAddedOpen.size - 1 + kDivClose.size;
+  constexpr std::size_t kRemovedExtra = kRemovedOpen.size - 1 + kDivClose.size;
+  constexpr std::size_t kWindow = 64 * kBitmapWords;
+  const auto extra = [&](const char* p) -> std::size_t {
+    if (!markAddedRemoved || p == end) return 0;
+    return *p == '+' ? kAddedExtra : *p == '-' ? kRemovedExtra : 0;
+  };
+  std::size_t total = static_cast<std::size_t>(end - begin);
+  std::uint64_t feeds[kBitmapWords], pluses[kBitmapWords], minuses[kBitmapWords], ats[kBitmapWords],
+      slashes[kBitmapWords];
+  std::uint64_t* const bitmaps[] = {feeds, pluses, minuses, ats, slashes};
+  constexpr ByteSet kSets[] = {{'\n', '\n', '\n'}, {'+', '+', '+'}, {'-', '-', '-'}, {'@', '@', '@'}, {'\\', '\\', '\\'}};
+  const char* lineStart = begin;  // the start of the line that holds the bytes looked at
+  const char* measured = nullptr;  // the start of the last line measured alone
+  std::uint64_t carry = 1;         // whether a line starts at the next word's first byte
+  for (const char* window = begin; window < end; window += kWindow) {
+    const std::size_t size = std::min<std::size_t>(kWindow, static_cast<std::size_t>(end - window));
+    byteBitmaps(window, size, kSets, 5, bitmaps);
+    for (std::size_t w = 0; w < (size + 63) / 64; ++w) {
+      const char* const base = window + 64 * w;
+      const std::uint64_t starts = feeds[w] << 1 | carry;
+      carry = feeds[w] >> 63;
+      if (markAddedRemoved) {
+        total += kAddedExtra * bitCount(starts & pluses[w]) + kRemovedExtra * bitCount(starts & minuses[w]);
+      }
+      for (std::uint64_t rare = (starts & ats[w]) | slashes[w]; rare != 0; rare &= rare - 1) {
+        const int bit = __builtin_ctzll(rare);
+        const std::uint64_t before = starts & (bit == 63 ? ~std::uint64_t{0} : (std::uint64_t{2} << bit) - 1);
+        const char* const p = before != 0 ? base + 63 - __builtin_clzll(before) : lineStart;
+        if (p == measured) continue;
+        measured = p;
+        const void* feed = std::memchr(p, '\n', static_cast<std::size_t>(end - p));
+        const char* const lineEnd = feed ? static_cast<const char*>(feed) : end;
+        const void* cr = std::memchr(p, '\r', static_cast<std::size_t>(lineEnd - p));
+        const char* const contentEnd = cr ? static_cast<const char*>(cr) : lineEnd;
+        const Measure line = markRareLine(Measure(), p, contentEnd, lineEnd, end, markAddedRemoved, true);
+        total += line.size - static_cast<std::size_t>(lineEnd - p) - extra(p);
+      }
+      if (starts != 0) lineStart = base + 63 - __builtin_clzll(starts);
+    }
+  }
+  return total;
 }
 
 // Returns the length of the functional colour code starting at `p`, or 0. Every quantifier of the
@@ -160,53 +360,74 @@ std::size_t hexLength(const char* const p, const char* const end) {
 }
 
 // Passes 5 and 6, fused: a hexadecimal code holds no "r" and a functional one no "#", and the
-// swatch markup can neither start nor extend a code, so one left-to-right scan finds both kinds.
-void addSwatches(std::string& out, const char* p, const char* const end) {
-  const char* copied = p;
-  for (;;) {
-    p = findColorStart(p, end);
-    if (p == end) break;
-    const char c = *p;
-    std::size_t length = 0;
-    if (c == '#') {
-      length = hexLength(p, end);
-    } else if (c == 'r') {
-      length = rgbLength(p, end);
-    }
-    if (length == 0) {
-      ++p;
-      continue;
-    }
-    appendRange(out, copied, p);
-    append(out, kSwatchOpen);
-    out.append(p, length);
-    append(out, kSwatchClose);
-    out.append(p, length);
-    p += length;
-    copied = p;
+// swatch markup can neither start nor extend a code, so one left-to-right scan of the places
+// where a "#" or an "r" stands finds both kinds.
+template <typename Out>
+void addSwatches(Out& caller, const char* const begin, const char* const end) {
+  Out out = caller;  // in a register, as in markLines
+  std::uint64_t map[kBitmapWords];
+  BytePositions starts(begin, end, '#', 'r', 'r', map);
+  const char* copied = begin;
+  for (const char* p = starts.next(); p != end; p = starts.next()) {
+    if (p < copied) continue;
+    const std::size_t length = *p == '#' ? hexLength(p, end) : rgbLength(p, end);
+    if (length == 0) continue;
+    out.bytes(copied, static_cast<std::size_t>(p - copied), end);
+    out.put(kSwatchOpen);
+    out.bytes(p, length, end);
+    out.put(kSwatchClose);
+    out.bytes(p, length, end);
+    copied = p + length;
   }
-  appendRange(out, copied, end);
+  out.bytes(copied, static_cast<std::size_t>(end - copied), end);
+  caller = out;
+}
+
+// Colours one chunk into `out`. With swatches, the line markup goes to `scratch` first, since the
+// colour passes run over it.
+void colorLines(Measure& out, const char* begin, const char* end, bool markAddedRemoved) {
+  out.size += measureLines(begin, end, markAddedRemoved);
+}
+void colorLines(Write& out, const char* begin, const char* end, bool markAddedRemoved) {
+  markLines(out, begin, end, markAddedRemoved);
+}
+
+template <typename Out>
+void colorChunk(Out& out, const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
+                std::string& scratch) {
+  if (!showColorPreviews) {
+    colorLines(out, data, data + size, markAddedRemoved);
+    return;
+  }
+  const std::size_t marked = measureLines(data, data + size, markAddedRemoved);
+  scratch.resize(marked + kColorDiffSlack);
+  Write lines{&scratch[0]};
+  markLines(lines, data, data + size, markAddedRemoved);
+  addSwatches(out, scratch.data(), scratch.data() + marked);
 }
 
 }  // namespace
 
-void appendColoredDiffChunk(std::string& out, std::string& scratch, const char* data, std::size_t size,
-                            bool showColorPreviews, bool markAddedRemoved) {
-  if (!showColorPreviews) {
-    markLines(out, data, data + size, markAddedRemoved);
-    return;
-  }
-  scratch.clear();
-  scratch.reserve(size + size / 2 + 512);
-  markLines(scratch, data, data + size, markAddedRemoved);
-  addSwatches(out, scratch.data(), scratch.data() + scratch.size());
+std::size_t coloredChunkLength(const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
+                               std::string& scratch) {
+  Measure out;
+  colorChunk(out, data, size, showColorPreviews, markAddedRemoved, scratch);
+  return out.size;
+}
+
+char* writeColoredChunk(char* out, const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
+                        std::string& scratch) {
+  Write writer{out};
+  colorChunk(writer, data, size, showColorPreviews, markAddedRemoved, scratch);
+  return writer.at;
 }
 
 std::string colorDiffChunk(std::string text, bool showColorPreviews, bool markAddedRemoved) {
-  std::string out;
   std::string scratch;
-  out.reserve(text.size() * 2 + 512);
-  appendColoredDiffChunk(out, scratch, text.data(), text.size(), showColorPreviews, markAddedRemoved);
+  const std::size_t size = coloredChunkLength(text.data(), text.size(), showColorPreviews, markAddedRemoved, scratch);
+  std::string out(size + kColorDiffSlack, '\0');
+  writeColoredChunk(&out[0], text.data(), text.size(), showColorPreviews, markAddedRemoved, scratch);
+  out.resize(size);
   return out;
 }
 

@@ -6,16 +6,25 @@
 
 namespace tarnwick {
 
+// The room past the end of a result that the writers below need: they store whole blocks that may
+// reach this far beyond what they keep.
+constexpr std::size_t kColorDiffSlack = 64;
+
 // Returns the diff view's HTML for one piece of unified-diff text: added and removed lines
 // (when `markAddedRemoved`), hunk headers with their action links, missing-newline notes, and a
 // swatch in front of every colour code (when `showColorPreviews`). "Line start" means the start
 // of `text` or the byte after a line feed; nothing is escaped.
 std::string colorDiffChunk(std::string text, bool showColorPreviews, bool markAddedRemoved);
 
-// Appends the HTML of `size` bytes at `data` to `out`, as colorDiffChunk would return it.
-// `scratch` is working space the caller may reuse across calls; its content is unspecified.
-void appendColoredDiffChunk(std::string& out, std::string& scratch, const char* data, std::size_t size,
-                            bool showColorPreviews, bool markAddedRemoved);
+// Returns the byte length of colorDiffChunk's result for `size` bytes at `data`. `scratch` is
+// working space the caller may reuse across calls; its content is unspecified.
+std::size_t coloredChunkLength(const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
+                               std::string& scratch);
+
+// Writes colorDiffChunk's result for `size` bytes at `data` to `out`, which has room for
+// coloredChunkLength + kColorDiffSlack bytes, and returns the end of the result.
+char* writeColoredChunk(char* out, const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
+                        std::string& scratch);
 
 }  // namespace tarnwick
 

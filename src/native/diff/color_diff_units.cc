@@ -1,0 +1,62 @@
+#include "diff/color_diff_units.h"
+
+#include <cstdint>
+#include <cstring>
+
+#include "convert/utf8_codec.h"
+#include "diff/color_diff.h"
+
+namespace tarnwick {
+
+namespace {
+
+// Decodes the rendered pieces into the result's block.
+template <typename Unit>
+class DecodingSink final : public ColorDiffSink {
+ public:
+  explicit DecodingSink(Unit* out) : decoder_(out) {}
+  bool take(const char* data, std::size_t size) override { return decoder_.add(data, size); }
+  std::ptrdiff_t finish() const { return decoder_.finish(); }
+
+ private:
+  Utf8PieceDecoder<Unit> decoder_;
+};
+
+template <typename Unit>
+std::ptrdiff_t decodeInto(PageBlock& block, const char* text, std::size_t length, bool showColorPreviews,
+                          bool markAddedRemoved, std::size_t largestChunk) {
+  DecodingSink<Unit> sink(reinterpret_cast<Unit*>(block.data()));
+  if (!streamColorDiff(text, length, showColorPreviews, markAddedRemoved, largestChunk, sink)) return -1;
+  return sink.finish();
+}
+
+}  // namespace
+
+ColorDiffUnits colorDiffUnits(const char* text, std::size_t length, bool oneByteText, bool showColorPreviews,
+                              bool markAddedRemoved) {
+  ColorDiffUnits result;
+  // The markup holds no zero byte, so the result has one exactly when the text has.
+  if (length > 0 && std::memchr(text, 0, length) != nullptr) return result;
+  const ColorDiffSize size = measureColorDiff(text, length, showColorPreviews, markAddedRemoved);
+  result.twoByte = !oneByteText;
+  if (oneByteText && asciiPrefixLength(text, length) == length) {
+    result.block = PageBlock::acquire(size.total + kColorDiffSlack);
+    writeColorDiff(result.block.data(), text, length, showColorPreviews, markAddedRemoved);
+    result.length = size.total;
+    result.made = true;
+    return result;
+  }
+  // A character takes at least one byte of UTF-8, so as many units as bytes are always room enough.
+  result.block = PageBlock::acquire(oneByteText ? size.total : 2 * size.total);
+  const std::ptrdiff_t units =
+      oneByteText ? decodeInto<std::uint8_t>(result.block, text, length, showColorPreviews, markAddedRemoved,
+                                             size.largestChunk)
+                  : decodeInto<std::uint16_t>(result.block, text, length, showColorPreviews, markAddedRemoved,
+                                              size.largestChunk);
+  if (units < 0) return ColorDiffUnits();
+  result.length = static_cast<std::size_t>(units);
+  result.made = true;
+  return result;
+}
+
+}  // namespace tarnwick
