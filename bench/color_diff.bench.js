@@ -9,7 +9,7 @@
 const utils = require('..');
 const { median } = require('./timing');
 const { gitLogSamples } = require('./git_log_sample');
-const js = require('../test/node/support/color_diff_js');
+const js = require('./color_diff_js');
 
 const other = process.env.UTILS_BENCH_OTHER_ADDON ? { exports: {} } : null;
 if (other) process.dlopen(other, require('path').resolve(process.env.UTILS_BENCH_OTHER_ADDON));

@@ -51,6 +51,16 @@ test('a zero character survives inside the module, and a result is cut at its fi
   assert.strictEqual(utils.smc('\0'), '');
 });
 
+test('cd needs three arguments, reads its flags by truthiness and its text by string conversion', () => {
+  const added = "<div class='diff-added'><span class='diff-action'>+</span>";
+  assert.deepStrictEqual([utils.cd(), utils.cd('+a', true), utils.cd({ toString() { throw new Error('no'); } }, true)],
+    [undefined, undefined, undefined]);
+  const marked = `${added}a <span class='color-preview' style='background-color: #aabbcc'></span>#aabbcc</div>`;
+  for (const truthy of [true, 1, 'x', {}, [], -1]) assert.strictEqual(utils.cd('+a #aabbcc', truthy, truthy), marked);
+  for (const falsy of [false, 0, '', null, undefined, NaN]) assert.strictEqual(utils.cd('+a #aabbcc', falsy, falsy), '+a #aabbcc');
+  assert.deepStrictEqual([utils.cd(12, 0, 0), utils.cd(undefined, 0, 0), utils.cd('+a\0b', 0, 1)], ['12', 'undefined', `${added}a`]);
+});
+
 test('gafh returns the same form whatever it is given', () => {
   const form = utils.gafh();
   assert.strictEqual(form.length, 2469);
@@ -72,10 +82,13 @@ test('generated text, short and past the size handed over in place, returns as t
     for (let i = next(30); i > 0; i -= 1) text += next(3) === 0 ? String.fromCharCode(next(0x10000)) : pieces[next(pieces.length)];
     text = text.replace(/[&<>\0]/g, '_');
     assert.strictEqual(utils.smc(text), hostRoundTrip(text), `round ${round}`);
+    assert.strictEqual(utils.cd(text, false, false), hostRoundTrip(text), `round ${round}`);
   }
   for (const unit of ['x', 'ÿ', '€', '😀', 'a\ud800']) {
     const big = `${unit}${'0123456789abcdef'.repeat(40000)}${unit}`;
-    assert.strictEqual(utils.smc(big), hostRoundTrip(big));
-    assert.strictEqual(utils.smc(big + '\0tail'), hostRoundTrip(big));
+    for (const method of [utils.smc, (text) => utils.cd(text, false, false)]) {
+      assert.strictEqual(method(big), hostRoundTrip(big));
+      assert.strictEqual(method(`${big}\0tail`), hostRoundTrip(big));
+    }
   }
 });
