@@ -1,6 +1,6 @@
 'use strict';
-// Runs test/valgrind/sample.js and promises_sample.js, which call every method of the synchronous
-// add-on and of the promise face, each in Node under valgrind's memcheck. Fails when valgrind
+// Runs test/valgrind/sample.js, which calls every method of the synchronous add-on and of the
+// promise face, in Node under valgrind's memcheck. Fails when valgrind
 // reports an error with a frame in utils.node or utils_promises.node, or when a sample itself
 // fails. Errors only inside Node or its libraries are listed but do not fail the run: they
 // are not ours to fix. Leaks are not checked (Node frees little at exit).
@@ -12,7 +12,7 @@ const { spawnSync } = require('child_process');
 const root = path.join(__dirname, '..');
 const addon = path.join(root, 'build', 'Release', 'utils.node');
 const ourModules = ['utils.node', 'utils_promises.node'];
-const samples = ['sample.js', 'promises_sample.js'];
+const samples = ['sample.js'];
 
 function fail(message) {
   process.stderr.write(`utils valgrind: ${message}\n`);

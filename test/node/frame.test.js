@@ -4,7 +4,9 @@ const test = require('node:test');
 const assert = require('node:assert');
 const path = require('path');
 
+const { spawn, execFileSync } = require('child_process');
 const utils = require('../..');
+const { fakeGit } = require('./support/repo');
 
 const METHODS = ['cd', 'smc', 'grsh', 'gruh', 'grdh', 'gafh', 'mtgcld', 'mtgch'];
 
@@ -90,5 +92,29 @@ test('generated text, short and past the size handed over in place, returns as t
       assert.strictEqual(method(big), hostRoundTrip(big));
       assert.strictEqual(method(`${big}\0tail`), hostRoundTrip(big));
     }
+  }
+});
+
+// Anything that fails on the way answers false: here the patch cannot even be read into memory,
+// in a child whose address space is capped just above what it uses, with a git that takes any patch.
+test('a hunk method answers false when its patch cannot be read into memory', async () => {
+  const fake = fakeGit('');
+  try {
+    const child = spawn(process.execPath, ['-e', `const u = require(${JSON.stringify(path.join(__dirname, '..', '..'))});
+      const patch = '\\u20ac'.repeat(50e6), answers = [u.grsh('small', '.')];
+      process.stdout.write(/VmSize:\\s+(\\d+)/.exec(require('fs').readFileSync('/proc/self/status', 'utf8'))[1] + '\\n');
+      process.stdin.once('data', () => { answers.push(u.grsh(patch, '.')); process.stdout.write(JSON.stringify(answers)); });`]);
+    let out = '';
+    child.stdout.on('data', (chunk) => {
+      out += chunk;
+      if (!out.endsWith('\n')) return;
+      execFileSync('prlimit', ['--pid', String(child.pid), `--as=${(Number(out) + 65536) * 1024}`]);
+      child.stdin.end('go');
+      out = '';
+    });
+    await new Promise((resolve) => child.on('close', resolve));
+    assert.strictEqual(out, '[true,false]');
+  } finally {
+    fake.restore();
   }
 });
