@@ -6,8 +6,8 @@ const test = require('node:test');
 const assert = require('node:assert');
 const fs = require('fs');
 const path = require('path');
+const { execFileSync } = require('child_process');
 const { makeRepo, commit, git } = require('./support/repo');
-const { findChromium, LAUNCH_ARGS } = require('./support/chromium');
 const { buildPreview } = require('../../scripts/preview/page');
 
 const FILE = 'web/site.css';
@@ -20,7 +20,17 @@ function playwright() {
   }
 }
 
-const chromiumPath = findChromium();
+// CHROMIUM_PATH, or a Chromium on PATH (Debian's package installs /usr/bin/chromium).
+const chromiumPath = process.env.CHROMIUM_PATH || ['chromium', 'chromium-browser', 'google-chrome'].map((name) => {
+  try {
+    return execFileSync('sh', ['-c', `command -v ${name}`], { encoding: 'utf8' }).trim();
+  } catch (e) {
+    return '';
+  }
+}).find(Boolean);
+// A quiet headless run in a container: no sandbox, GPU, network extras or sync.
+const LAUNCH_ARGS = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
+  '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 const skip = !chromiumPath ? 'no Chromium found (install Debian\'s chromium package or set CHROMIUM_PATH)'
   : !playwright() ? 'playwright-core is not installed (run npm install)' : false;
 

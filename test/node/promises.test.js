@@ -1,14 +1,20 @@
 'use strict';
-// The promise face against its synchronous twin: wherever the twin returns a view or true, the
-// promise fulfils with the identical string or true, on real repositories and generated text,
-// odd arguments included.
+// The promise face beside its synchronous twin: wherever the twin returns a view or true, the
+// promise fulfils with the identical string or true (real repositories, generated text, odd
+// arguments); it loads in the main thread and two workers at once with the same results; and both
+// entries load by require and import. The Electron build settings reach node-gyp.
 const test = require('node:test');
 const assert = require('node:assert');
+const fs = require('fs');
 const path = require('path');
 const { inspect } = require('util');
+const { Worker } = require('worker_threads');
+const { spawnSync } = require('child_process');
 const sync = require('../..');
 const promises = require('../../promises');
-const { makeRepo, commit, git } = require('./support/repo');
+const { makeRepo, commit, git, tempDir } = require('./support/repo');
+
+const root = path.join(__dirname, '..', '..');
 
 const METHODS = ['cd', 'smc', 'grsh', 'gruh', 'grdh', 'gafh', 'mtgcld', 'mtgch'];
 // Values that each method reads by the script's string conversion, as the twin does.
@@ -86,4 +92,70 @@ test('a hunk staged, unstaged and discarded through either face leaves the same 
     states.push({ answers, index: git(repo, ['diff', '--cached']), tree: git(repo, ['diff']) });
   }
   assert.deepStrictEqual(states[1], states[0]);
+});
+
+// Runs every method of the promise face once and resolves to the results, in the thread it runs in.
+async function results({ root: packageRoot, repo }) {
+  const promises = require(require('path').join(packageRoot, 'promises.js'));
+  const diff = `@@ -1 +1 @@\n-a #123456\n+b \u00e9 rgb(1, 2, 3)\n${'+x\n'.repeat(5000)}`;
+  return Promise.all([
+    promises.cd(diff, true, true), promises.smc('<<<<<<< a\n<&>\n'), promises.gafh(),
+    promises.mtgcld('a.txt', repo, ''), promises.mtgch('a.txt', repo, 'ffffff', null),
+    promises.mtgch('a.txt', repo, '000000', 'x\n'), promises.grsh('not a patch', repo).catch((error) => error.code),
+  ]);
+}
+
+test('main thread and two workers at once give identical results', async () => {
+  const repo = makeRepo();
+  commit(repo, { 'a.txt': 'one\ntwo <&>\n' }, 'first');
+  commit(repo, { 'a.txt': 'one\n2\nthree\n' }, 'second');
+  const data = { root, repo };
+  const inWorker = () => new Promise((resolve, reject) => {
+    const worker = new Worker(`const { parentPort, workerData } = require('worker_threads');
+      (${results})(workerData).then((value) => parentPort.postMessage(value));`, { eval: true, workerData: data });
+    worker.once('message', resolve);
+    worker.once('error', reject);
+  });
+  const [main, first, second] = await Promise.all([results(data), inWorker(), inWorker()]);
+  assert.deepStrictEqual(first, main);
+  assert.deepStrictEqual(second, main);
+  assert.strictEqual(main[4], sync.mtgch('a.txt', repo, 'ffffff', null));
+  assert.strictEqual(main[6], 'GIT_FAILED');
+});
+
+test('both entries load by require and by import, with the eight methods as named exports', async () => {
+  for (const [name, file] of [['tarnwick-native-utils', 'index.js'], ['tarnwick-native-utils/promises', 'promises.js']]) {
+    const required = require(name);
+    assert.strictEqual(required, require(path.join(root, file)), name);
+    const imported = await import(name);
+    for (const method of METHODS) assert.strictEqual(imported[method], required[method], `${name} ${method}`);
+    assert.strictEqual(imported.default, required, name);
+  }
+});
+
+// Runs the build script with a stand-in node-gyp and `env`; returns its status, its error output
+// and the arguments and nodedir setting node-gyp received.
+function build(env) {
+  const dir = tempDir();
+  fs.writeFileSync(path.join(dir, 'node-gyp.js'), `require('fs').writeFileSync(${JSON.stringify(path.join(dir, 'seen'))},
+    JSON.stringify({ args: process.argv.slice(2), nodedir: process.env.npm_config_nodedir }));`);
+  const clean = Object.fromEntries(Object.entries(process.env).filter(([key]) => !/^npm_config_(runtime|target|disturl)$/.test(key)));
+  const run = spawnSync(process.execPath, [path.join(root, 'scripts', 'build-addon.js')],
+    { env: { ...clean, npm_config_node_gyp: path.join(dir, 'node-gyp.js'), npm_config_nodedir: '/usr', ...env }, encoding: 'utf8' });
+  const seen = path.join(dir, 'seen');
+  return { status: run.status, stderr: run.stderr, ...(fs.existsSync(seen) ? JSON.parse(fs.readFileSync(seen, 'utf8')) : {}) };
+}
+
+test('the settings npm passes for an Electron host reach node-gyp; without them the build uses this Node', () => {
+  const electron = build({ npm_config_runtime: 'electron', npm_config_target: '30.1.0', npm_config_disturl: 'http://127.0.0.1:9/h' });
+  assert.strictEqual(electron.status, 0, electron.stderr);
+  assert.deepStrictEqual(electron.args, ['rebuild', '--runtime=electron', '--target=30.1.0', '--dist-url=http://127.0.0.1:9/h', '--jobs=max']);
+  assert.strictEqual(electron.nodedir, undefined);
+  const incomplete = build({ npm_config_runtime: 'electron' });
+  assert.notStrictEqual(incomplete.status, 0);
+  assert.match(incomplete.stderr, /^utils: cannot build the add-on: .*npm_config_target.*\n$/);
+  assert.strictEqual(incomplete.args, undefined);
+  const node = build({});
+  assert.strictEqual(node.status, 0, node.stderr);
+  assert.match(node.args[1], /^--nodedir=/);
 });
