@@ -1,8 +1,8 @@
 'use strict';
-// Hostile input end to end, through the built add-on and real git: huge texts, bytes that are not
-// UTF-8, paths full of shell syntax, folders that are missing or no repository, a current folder
-// that was deleted, and repositories built by an attacker for a victim to open. Whatever comes
-// in, the process survives, writes nothing it was not asked to, and answers as documented.
+// Hostile input end to end, through the add-on and real git: a huge diff, bytes that are not
+// UTF-8, paths full of shell syntax, folders that are missing, deleted or no repository, and
+// repositories built by an attacker for a victim to open. Whatever comes in, the process
+// survives, writes nothing it was not asked to, and answers as documented.
 const test = require('node:test');
 const assert = require('node:assert');
 const fs = require('fs');
@@ -12,7 +12,20 @@ const { execFileSync, spawnSync } = require('child_process');
 const utils = require('../..');
 const { tempDir, git, makeRepo, commit } = require('./support/repo');
 
-const count = (text, piece) => text.split(piece).length - 1;
+const HUNK_METHODS = ['grsh', 'gruh', 'grdh'];
+
+// Returns a repository (in a folder of `name`) holding f.txt, changed in the work tree, the patch
+// of that change, and a victim file beside the repository that nothing may touch.
+function changedRepo(name = 'repo') {
+  const repo = makeRepo(name);
+  const id = commit(repo, { 'f.txt': 'one\n' }, 'First');
+  fs.writeFileSync(path.join(repo, 'f.txt'), 'two\n');
+  const victim = path.join(path.dirname(repo), 'victim.txt');
+  fs.writeFileSync(victim, 'precious\n');
+  return { repo, id, short: id.slice(0, 7), patch: git(repo, ['diff']), victim };
+}
+
+const untouched = (victim) => assert.strictEqual(fs.readFileSync(victim, 'utf8'), 'precious\n');
 
 test('a 50 MB diff is coloured whole, chunk by chunk, without swatches', () => {
   const block = ['@@ -1,6 +1,6 @@ section #aabbcc', ' context rgb(1, 2, 3)', '-removed #123456', '+added <b>&amp;</b>',
@@ -23,75 +36,53 @@ test('a 50 MB diff is coloured whole, chunk by chunk, without swatches', () => {
 });
 
 test('bytes from git that are not UTF-8 reach the script as Buffer#toString gives them', () => {
-  // Latin-1, a cut three-byte sequence, 0xff, a bad continuation, a cut four-byte sequence and an
-  // encoded surrogate.
-  const bad = Buffer.from([0x63, 0x61, 0x66, 0xe9, 0x20, 0xe2, 0x82, 0x41, 0xff, 0xc3, 0x28, 0xf0, 0x9f, 0x98, 0x20, 0xed, 0xa0, 0x80]);
+  // Latin-1, a cut three-byte sequence, 0xff, a bad continuation, a cut four-byte sequence, a surrogate.
+  const bad = Buffer.from('caf\xe9 \xe2\x82A\xff\xc3(\xf0\x9f\x98 \xed\xa0\x80', 'latin1');
   const decoded = (...pieces) => Buffer.concat(pieces.map((p) => Buffer.from(p))).toString();
   const repo = makeRepo();
   git(repo, ['config', 'core.quotePath', 'false']);
-  const latinName = Buffer.from('caf\xe9.txt', 'latin1');
+  const name = Buffer.from('caf\xe9.txt', 'latin1');
   const text = Buffer.concat([bad, Buffer.from('\nplain\n')]);
   git(repo, ['fast-import', '--quiet'], { input: Buffer.concat([Buffer.from('commit refs/heads/main\n'
-    + `committer C <c@example.com> 1600000000 +0000\ndata ${bad.length + 8}\nSubject `), bad,
-  Buffer.from('\nM 100644 inline '), latinName, Buffer.from('\ndata 4\none\n'),
-  Buffer.from(`M 100644 inline text.txt\ndata ${text.length}\n`), text, Buffer.from('\n')]) });
+    + `committer C <c@example.com> 1600000000 +0000\ndata ${bad.length + 8}\nSubject `), bad, Buffer.from('\nM 100644 inline '),
+  name, Buffer.from(`\ndata 4\none\nM 100644 inline text.txt\ndata ${text.length}\n`), text, Buffer.from('\n')]) });
   const [short, full] = git(repo, ['log', '-1', '--pretty=%h %H']).trim().split(' ');
   // The file name cannot be written in a script string; a pathspec pattern names it instead.
   assert.strictEqual(utils.mtgcld('caf*.txt', repo, short),
-    decoded(`<option data-dfp='`, latinName, `' data-dlcid='${full}' value='${short}'  selected >${short} 13 Sep 2020 Subject `, bad, '</option>'));
+    decoded(`<option data-dfp='`, name, `' data-dlcid='${full}' value='${short}'  selected >${short} 13 Sep 2020 Subject `, bad, '</option>'));
   assert.ok(utils.mtgch('text.txt', repo, 'ffffff', null).includes(decoded("<span class='line-contents'>\t", bad, '</span></div>')));
 });
 
 test('paths full of shell syntax reach git unchanged and run nothing', () => {
-  // Every character the shell treats specially, and commands that would leave a marker file.
-  const shell = ' !"#$&\'()*;<=>?[\\]^`{|}~\t\n%';
-  const injections = ['$(touch pwned1)', '`touch pwned2`', '"; touch pwned3; "', "'; touch pwned4; '", '$HOME', '\\"', '\\'];
-  const repo = makeRepo(`repo ${shell.replace('\n', '')} $(touch pwned0)`);
-  const names = [`all ${shell}.txt`, ...injections.map((text, i) => `f${i} ${text}.txt`)];
-  const id = commit(repo, Object.fromEntries(names.map((name, i) => [name, `line ${i}\nsecond\n`])), 'Awkward names');
-  const short = git(repo, ['rev-parse', '--short', 'HEAD']).trim();
-  names.forEach((name, i) => {
-    const blame = utils.mtgch(name, repo, 'ffffff', null);
-    assert.strictEqual(count(blame, `data-commitid='${id}'`), 2, name);
-    assert.ok(blame.includes(`<span class='line-contents'>\tline ${i}</span>`), name);
-    assert.strictEqual(count(utils.mtgcld(name, repo, short), ' selected '), 1, name);
-  });
-  fs.appendFileSync(path.join(repo, names[0]), 'third\n');
-  const patch = git(repo, ['diff']);
-  assert.deepStrictEqual(['grsh', 'gruh', 'grdh'].map((method) => utils[method](patch, repo)), [true, true, true]);
-  assert.strictEqual(git(repo, ['status', '--porcelain']), '');
+  const shell = ' !"#$&\'()*;<=>?[\\]^`{|}~\t%';
+  const { repo, patch } = changedRepo(`repo ${shell} $(touch pwned0)`);
+  const names = [`all ${shell}\n.txt`, ...['$(touch pwned1)', '`touch pwned2`', '"; touch pwned3; "', "'; touch pwned4; '", '$HOME', '\\"', '\\']
+    .map((text, i) => `f${i} ${text}.txt`)];
+  const short = commit(repo, Object.fromEntries(names.map((name, i) => [name, `line ${i}\n`])), 'Names', 1600000000).slice(0, 7);
+  for (const [i, name] of names.entries()) {
+    assert.ok(utils.mtgch(name, repo, 'ffffff', null).includes(`<span class='line-contents'>\tline ${i}</span>`), name);
+    assert.ok(utils.mtgcld(name, repo, short).includes(`value='${short}'  selected >`), name);
+  }
+  assert.deepStrictEqual(HUNK_METHODS.map((method) => utils[method](patch, repo)), [true, true, true]);
   for (const folder of [repo, path.dirname(repo), process.cwd()]) {
     assert.deepStrictEqual(fs.readdirSync(folder).filter((name) => name.startsWith('pwned')), [], folder);
   }
 });
 
-test('a folder that is missing or no repository gives the empty answer and changes nothing', () => {
-  const plain = tempDir();
-  fs.writeFileSync(path.join(plain, 'f.txt'), 'one\n');
-  const patch = '--- a/f.txt\n+++ b/f.txt\n@@ -1 +1 @@\n-one\n+two\n';
-  for (const folder of [path.join(plain, 'missing'), plain, 'undefined', '']) {
+test('a folder missing, deleted as the current one, or no repository: empty answers, nothing moved', () => {
+  const { repo, short, patch } = changedRepo();
+  for (const folder of [path.join(repo, 'missing'), tempDir(), 'undefined', '']) {
     assert.deepStrictEqual([utils.mtgcld('f.txt', folder, ''), utils.mtgch('f.txt', folder, 'ffffff', null),
-      utils.grsh(patch, folder), utils.gruh(patch, folder), utils.grdh(patch, folder)], ['', '', false, false, false], folder);
+      ...HUNK_METHODS.map((method) => utils[method](patch, folder))], ['', '', false, false, false], folder);
   }
-  assert.deepStrictEqual(fs.readdirSync(plain), ['f.txt']);
-  assert.strictEqual(fs.readFileSync(path.join(plain, 'f.txt'), 'utf8'), 'one\n');
-});
-
-test('a current folder deleted before the call: the answers stand, the process stays where it was', () => {
   const saved = process.cwd();
-  const repo = makeRepo();
-  const id = commit(repo, { 'f.txt': 'one\n' }, 'First');
-  const short = git(repo, ['rev-parse', '--short', 'HEAD']).trim();
-  fs.writeFileSync(path.join(repo, 'f.txt'), 'two\n');
-  const patch = git(repo, ['diff']);
   const doomed = tempDir();
   process.chdir(doomed);
   const inode = fs.statSync('.').ino;
   fs.rmdirSync(doomed);
   try {
     assert.ok(utils.mtgcld('f.txt', repo, short).includes(`value='${short}'  selected >`));
-    assert.ok(utils.mtgch('f.txt', repo, 'ffffff', null).includes(`data-commitid='${id}'`));
-    assert.deepStrictEqual(['grsh', 'gruh', 'grdh'].map((method) => utils[method](patch, repo)), [true, true, true]);
+    assert.deepStrictEqual(HUNK_METHODS.map((method) => utils[method](patch, repo)), [true, true, true]);
     assert.strictEqual(fs.statSync('.').ino, inode);
   } finally {
     process.chdir(saved);
@@ -99,58 +90,43 @@ test('a current folder deleted before the call: the answers stand, the process s
   assert.strictEqual(fs.readFileSync(path.join(repo, 'f.txt'), 'utf8'), 'one\n');
 });
 
-// --- Repositories built by an attacker ---------------------------------------------------------
-
-const ROOT = path.join(__dirname, '..', '..');
+// --- Repositories built by an attacker: one test for each way the module could be turned ------
 
 // Calls `fn` (the add-on, then `args`) in a fresh Node process, where a crash or a hang cannot
 // take the test runner with it. Returns what `fn` returned, or how the process ended.
 function inChild(fn, ...args) {
-  const source = `const u = require(${JSON.stringify(ROOT)});`
+  const source = `const u = require(${JSON.stringify(path.join(__dirname, '..', '..'))});`
     + `process.stdout.write(JSON.stringify((${fn})(u, ...${JSON.stringify(args)})));`;
   const run = spawnSync(process.execPath, ['-e', source], { encoding: 'utf8', timeout: 20000 });
   return run.status === 0 ? JSON.parse(run.stdout) : { status: run.status, signal: run.signal };
 }
 
-// Returns a repository holding f.txt, changed in the work tree, and the patch of that change.
-function changedRepo() {
-  const repo = makeRepo('repo');
-  commit(repo, { 'f.txt': 'one\n' }, 'First');
-  fs.writeFileSync(path.join(repo, 'f.txt'), 'two\n');
-  return { repo, patch: git(repo, ['diff']) };
-}
-
-const OLD_PATCH_NAME = '.tarnwick_hunkpatch';
-
-test('a committed link, file, folder or FIFO named like a patch file is left alone', () => {
-  const planted = (repo) => commit(repo, { [OLD_PATCH_NAME]: null }, 'Planted');
-  const setups = {
-    'a link to a file outside': (repo) => { fs.symlinkSync('../victim.txt', path.join(repo, OLD_PATCH_NAME)); planted(repo); },
-    'a link to a missing file': (repo) => { fs.symlinkSync('../victim.txt.new', path.join(repo, OLD_PATCH_NAME)); planted(repo); },
-    'a tracked file': (repo) => { fs.writeFileSync(path.join(repo, OLD_PATCH_NAME), 'mine\n'); planted(repo); },
-    'an empty folder': (repo) => fs.mkdirSync(path.join(repo, OLD_PATCH_NAME)),
-    'a FIFO': (repo) => execFileSync('mkfifo', [path.join(repo, OLD_PATCH_NAME)]),
-  };
-  for (const [name, setup] of Object.entries(setups)) {
-    const { repo, patch } = changedRepo();
-    const victim = path.join(path.dirname(repo), 'victim.txt');
-    fs.writeFileSync(victim, 'precious\n');
+test('a committed link, file, folder or FIFO named like the old patch file is left alone', () => {
+  const planted = (repo, make) => { make(path.join(repo, '.tarnwick_hunkpatch')); commit(repo, { '.tarnwick_hunkpatch': null }, 'Planted'); };
+  const setups = [
+    (repo) => planted(repo, (at) => fs.symlinkSync('../victim.txt', at)),
+    (repo) => planted(repo, (at) => fs.symlinkSync('../victim.txt.new', at)),
+    (repo) => planted(repo, (at) => fs.writeFileSync(at, 'mine\n')),
+    (repo) => fs.mkdirSync(path.join(repo, '.tarnwick_hunkpatch')),
+    (repo) => execFileSync('mkfifo', [path.join(repo, '.tarnwick_hunkpatch')]),
+  ];
+  for (const [i, setup] of setups.entries()) {
+    const { repo, patch, victim } = changedRepo();
     setup(repo);
-    const before = fs.lstatSync(path.join(repo, OLD_PATCH_NAME));
-    assert.deepStrictEqual(inChild((u, p, r) => u.grsh(p, r), patch, repo), true, name);
-    assert.strictEqual(fs.readFileSync(victim, 'utf8'), 'precious\n', name);
-    assert.ok(!fs.existsSync(`${victim}.new`), name);
-    const after = fs.lstatSync(path.join(repo, OLD_PATCH_NAME));
-    assert.deepStrictEqual([after.ino, after.size, after.mtimeMs], [before.ino, before.size, before.mtimeMs], name);
+    const before = fs.lstatSync(path.join(repo, '.tarnwick_hunkpatch'));
+    assert.strictEqual(inChild((u, p, r) => u.grsh(p, r), patch, repo), true, `setup ${i}`);
+    untouched(victim);
+    assert.ok(!fs.existsSync(`${victim}.new`));
+    const after = fs.lstatSync(path.join(repo, '.tarnwick_hunkpatch'));
+    assert.deepStrictEqual([after.ino, after.size, after.mtimeMs], [before.ino, before.size, before.mtimeMs], `setup ${i}`);
   }
 });
 
 test('a shell that cannot start leaves the process standing', () => {
   const { repo, patch } = changedRepo();
-  // Command lines past the kernel's per-argument limit, as a repository's history can hold them.
-  assert.deepStrictEqual(inChild((u, r) => [u.mtgch('x'.repeat(140000), r, 'ffffff', null),
-    u.mtgcld('"'.repeat(66000), r, '')], repo), ['', '']);
-  // No descriptor left for a pipe.
+  // Command lines past the kernel's per-argument limit (a path in a history can be that long), and
+  // no descriptor left for a pipe.
+  assert.deepStrictEqual(inChild((u, r) => [u.mtgch('x'.repeat(140000), r, 'ffffff', null), u.mtgcld('"'.repeat(66000), r, '')], repo), ['', '']);
   assert.deepStrictEqual(inChild((u, r, p) => {
     const held = [];
     try { for (;;) held.push(require('fs').openSync('/dev/null', 'r')); } catch (e) { /* the limit */ }
@@ -159,26 +135,20 @@ test('a shell that cannot start leaves the process standing', () => {
 });
 
 test('file names shaped like options reach git as paths', () => {
-  const repo = makeRepo('repo');
-  const victim = path.join(path.dirname(repo), 'victim.txt');
-  fs.writeFileSync(victim, 'precious\n');
+  const { repo, victim } = changedRepo();
   fs.symlinkSync(victim, path.join(repo, 'x'));
   const id = commit(repo, { '--output=x': 'line\n', x: null }, 'Option-shaped');
-  const short = git(repo, ['rev-parse', '--short', 'HEAD']).trim();
-  assert.ok(utils.mtgcld('--output=x', repo, short).includes(`value='${short}'  selected >`));
+  assert.ok(utils.mtgcld('--output=x', repo, id.slice(0, 7)).includes(' selected >'));
   assert.ok(utils.mtgch('--output=x', repo, 'ffffff', null).includes(`data-commitid='${id}'`));
-  assert.strictEqual(fs.readFileSync(victim, 'utf8'), 'precious\n');
+  untouched(victim);
 });
 
 test('a zero character in a path runs nothing', () => {
-  const { repo, patch } = changedRepo();
-  const victim = path.join(path.dirname(repo), 'victim.txt');
-  fs.writeFileSync(victim, 'precious\n');
-  for (const method of ['grsh', 'gruh', 'grdh']) assert.strictEqual(utils[method](patch, `${victim}\0/${repo}`), false);
-  assert.strictEqual(fs.readFileSync(victim, 'utf8'), 'precious\n');
-  assert.strictEqual(utils.mtgcld('f.txt\0x', repo, ''), '');
-  assert.strictEqual(utils.mtgch('f.txt\0x', repo, 'ffffff', null), '');
-  assert.strictEqual(utils.mtgch('f.txt', `${repo}\0x`, 'ffffff', null), '');
+  const { repo, patch, victim } = changedRepo();
+  for (const method of HUNK_METHODS) assert.strictEqual(utils[method](patch, `${victim}\0/${repo}`), false);
+  untouched(victim);
+  assert.deepStrictEqual([utils.mtgcld('f.txt\0x', repo, ''), utils.mtgch('f.txt\0x', repo, 'ffffff', null),
+    utils.mtgch('f.txt', `${repo}\0x`, 'ffffff', null)], ['', '', '']);
 });
 
 test('a relative repository folder gets the patch it was given', () => {
@@ -195,9 +165,8 @@ test('a relative repository folder gets the patch it was given', () => {
 
 test('git runs never move the process: a worker\'s relative writes stay where it writes them', async () => {
   const { repo } = changedRepo();
-  const scratch = tempDir();
   const saved = process.cwd();
-  process.chdir(scratch);
+  process.chdir(tempDir());
   const stop = new Int32Array(new SharedArrayBuffer(4));
   const worker = new Worker(`const { workerData: stop } = require('worker_threads'); const fs = require('fs');
     for (let i = 0; Atomics.load(stop, 0) === 0; i += 1) fs.writeFileSync(\`w\${i % 50}\`, 'x');`, { eval: true, workerData: stop });
@@ -210,10 +179,10 @@ test('git runs never move the process: a worker\'s relative writes stay where it
   } finally {
     Atomics.store(stop, 0, 1);
     await new Promise((resolve) => worker.on('exit', resolve));
+    assert.ok(fs.readdirSync('.').length > 0);
     process.chdir(saved);
   }
   assert.deepStrictEqual(fs.readdirSync(repo).filter((name) => /^w\d+$/.test(name)), []);
-  assert.ok(fs.readdirSync(scratch).length > 0);
 });
 
 test('git refusing a hunk answers false', () => {
@@ -224,7 +193,6 @@ test('git refusing a hunk answers false', () => {
   assert.strictEqual(utils.grsh(patch, repo), false, 'staging it twice');
   fs.writeFileSync(path.join(repo, 'f.txt'), 'one\n');
   assert.strictEqual(utils.grdh(patch, repo), false, 'discarding a stale hunk');
-  assert.strictEqual(utils.grsh(patch, path.join(repo, 'missing')), false, 'a missing folder');
   assert.strictEqual(git(repo, ['diff', '--cached']), patch);
 });
 
