@@ -64,40 +64,23 @@ function commit(repo, files, message, date = 1600000000) {
   return git(repo, ['rev-parse', 'HEAD']).trim();
 }
 
-// Installs a stand-in `git` first on PATH: a shell script that appends its arguments and working
-// folder to a log, prints `stdout` and `stderr` (bytes or strings) and exits with `status`. With
-// `captureLastArgument`, it also keeps a copy of the file its last argument names, as the file
-// was when git ran. Returns { calls(), restore() }.
-function fakeGit(stdout, { captureLastArgument = false, stderr = '', status = 0 } = {}) {
+// Installs a stand-in `git` first on PATH that accepts anything and prints nothing. It records
+// each call's folder and arguments, and a copy of the file its last argument names as it was then.
+// Returns { calls() ([{ cwd, args, seen }], `seen` a Buffer or null), restore() }.
+function fakeGit() {
   const dir = tempDir('utils-fake-git-');
-  const output = path.join(dir, 'stdout');
-  const errors = path.join(dir, 'stderr');
-  const logFile = path.join(dir, 'calls.log');
-  fs.writeFileSync(output, stdout);
-  fs.writeFileSync(errors, stderr);
-  const capture = captureLastArgument
-    ? `n=$(($(cat '${logFile}' 2>/dev/null | wc -l) / 2))\nfor last in "$@"; do :; done\nif [ -f "$last" ]; then cp "$last" '${dir}/seen.'$n; fi\n`
-    : '';
-  fs.writeFileSync(path.join(dir, 'git'),
-    `#!/bin/sh\n${capture}printf '%s\\n' "$PWD" >> '${logFile}'\nfor a in "$@"; do printf '[%s]' "$a" >> '${logFile}'; done\nprintf '\\n' >> '${logFile}'\ncat '${output}'\ncat '${errors}' >&2\nexit ${status}\n`,
-    { mode: 0o755 });
+  fs.writeFileSync(path.join(dir, 'git'), `#!/bin/sh\nn=$(ls '${dir}' | grep -c '^call')\n`
+    + `{ printf '%s\\0' "$PWD" "$@"; } > '${dir}/call.'$n\nfor last in "$@"; do :; done\n`
+    + `if [ -f "$last" ]; then cp "$last" '${dir}/seen.'$n; fi\n`, { mode: 0o755 });
   const savedPath = process.env.PATH;
   process.env.PATH = `${dir}${path.delimiter}${savedPath}`;
   return {
-    // Returns the calls as [{ cwd, args }] in the order they were made, with `seen`, the captured
-    // file's content (a Buffer, or null when there was none), when the stand-in captures.
-    calls() {
-      if (!fs.existsSync(logFile)) return [];
-      const lines = fs.readFileSync(logFile, 'utf8').split('\n');
-      const calls = [];
-      for (let i = 0; i + 1 < lines.length; i += 2) {
-        const seenFile = path.join(dir, `seen.${i / 2}`);
-        const call = { cwd: lines[i], args: [...lines[i + 1].matchAll(/\[([^\]]*)\]/g)].map((m) => m[1]) };
-        if (captureLastArgument) call.seen = fs.existsSync(seenFile) ? fs.readFileSync(seenFile) : null;
-        calls.push(call);
-      }
-      return calls;
-    },
+    calls: () => fs.readdirSync(dir).filter((name) => name.startsWith('call.')).sort((a, b) => a.slice(5) - b.slice(5))
+      .map((name) => {
+        const [cwd, ...args] = fs.readFileSync(path.join(dir, name), 'utf8').split('\0').slice(0, -1);
+        const seen = path.join(dir, `seen.${name.slice(5)}`);
+        return { cwd, args, seen: fs.existsSync(seen) ? fs.readFileSync(seen) : null };
+      }),
     restore() { process.env.PATH = savedPath; },
   };
 }
