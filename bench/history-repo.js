@@ -24,6 +24,8 @@ function makeHistory(lines, commits) {
       + `data ${content.length}\n`), content, Buffer.from('\n'));
   }
   git(repo, ['fast-import', '--quiet'], { input: Buffer.concat(parts) });
+  // `git log --follow` wants the path in the work tree.
+  git(repo, ['reset', '-q', '--hard']);
   return repo;
 }
 

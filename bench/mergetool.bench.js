@@ -1,27 +1,28 @@
 'use strict';
-// Times "mtgch" on a 4000-line file with a long history against a bare
-// `git blame --line-porcelain HEAD "file"` run through the shell in the same folder, its output
-// read in full. Prints median times of repeated runs and their ratio.
+// Times "mtgch" and "mtgcld" on a 4000-line file with a long history against the bare git command
+// each runs (`git blame --line-porcelain`, `git log --follow`), through the shell in the same
+// folder with its output read in full. Prints median times of alternated runs and their ratios.
 const { execSync } = require('child_process');
 const utils = require('..');
 const { median } = require('./timing');
 const { FILE, makeHistory } = require('./history-repo');
 
 const repo = makeHistory(4000, 300);
-const bare = () => execSync(`git blame --line-porcelain HEAD "${FILE}"`, { cwd: repo, maxBuffer: 1 << 30 });
-const blameBytes = bare().length;
-const viewBytes = Buffer.byteLength(utils.mtgch(FILE, repo, 'ffffff', null));
-if (viewBytes === 0) throw new Error('mtgch returned nothing');
-// Alternate the two so that drifts of the machine hit both alike.
-const runs = 15;
-const mtgch = [];
-const gitAlone = [];
-for (let i = 0; i < runs; i += 1) {
-  mtgch.push(median(() => utils.mtgch(FILE, repo, 'ffffff', null), 1));
-  gitAlone.push(median(bare, 1));
-}
+const bare = (command) => () => execSync(command, { cwd: repo, maxBuffer: 1 << 30 });
+const methods = [
+  ['mtgch', () => utils.mtgch(FILE, repo, 'ffffff', null), bare(`git blame --line-porcelain HEAD "${FILE}"`)],
+  ['mtgcld', () => utils.mtgcld(FILE, repo, ''), bare(`git log --follow --pretty="%h %H %at %s" --name-status "${FILE}"`)],
+];
 const mid = (list) => list.slice().sort((a, b) => a - b)[Math.floor(list.length / 2)];
-process.stdout.write(`mtgch on a 4000-line file, 300 commits: ${blameBytes} bytes of blame -> ${viewBytes} bytes of HTML\n`);
-process.stdout.write(`  mtgch (git, parsing, markup, conversion)  median ${mid(mtgch).toFixed(1)} ms\n`);
-process.stdout.write(`  git blame --line-porcelain alone          median ${mid(gitAlone).toFixed(1)} ms\n`);
-process.stdout.write(`  ratio ${(mid(mtgch) / mid(gitAlone)).toFixed(3)}\n`);
+process.stdout.write(`a 4000-line file through 300 commits, medians of 15 alternated runs\n`);
+for (const [name, method, gitAlone] of methods) {
+  if (method() === '') throw new Error(`${name} returned nothing`);
+  const times = [[], []];
+  // Alternate the two so that drifts of the machine hit both alike.
+  for (let i = 0; i < 15; i += 1) {
+    times[0].push(median(method, 1));
+    times[1].push(median(gitAlone, 1));
+  }
+  const [ours, git] = times.map(mid);
+  process.stdout.write(`  ${name.padEnd(7)} ${ours.toFixed(1).padStart(7)} ms, git alone ${git.toFixed(1).padStart(7)} ms, ratio ${(ours / git).toFixed(3)}\n`);
+}
