@@ -35,11 +35,6 @@ class OptionWriter {
     used_ += N - 1;
   }
 
-  void raw(const std::string& text) {
-    std::memcpy(&out_[used_], text.data(), text.size());
-    used_ += text.size();
-  }
-
   void escaped(const char* text, std::size_t size) {
     used_ = static_cast<std::size_t>(writeEscapedHtml(&out_[used_], text, size) - out_.data());
   }
