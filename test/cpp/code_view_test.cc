@@ -4,13 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <vector>
 
 #include "blame_reference.h"
-#include "blame_samples.h"
-#include "mergetool/blame_parser.h"
+#include "git_samples.h"
 #include "large_stack.h"
+#include "mergetool/blame_parser.h"
 
 namespace {
 
@@ -34,8 +35,9 @@ TEST(RenderCodeView, GoldenTable) {
     const char* name;
     std::string blame, base, content, expected;
   };
-  std::string nines;
+  std::string nines, unfinished = record(id2, "1 1", "\ta");
   for (int i = 0; i < 999; ++i) nines += "l\n";
+  unfinished.pop_back();
   const Row table[] = {
       {"git's lines, tab kept", record(id1, "1 1 2", "\tfirst") + record(id2, "2 2", "\t"), "ffffff", "",
        element("e0e4ff", "1", id1, "35", "\tfirst") + element("1a2b3c", "2", id2, "35", "\t")},
@@ -55,10 +57,7 @@ TEST(RenderCodeView, GoldenTable) {
       {"empty author dropped", record(id2, "1 1", "\ta") + "abc 2 2\nauthor \n" + record(id2, "3 3", "\tc"), "ffffff",
        "", element("1a2b3c", "1", id2, "35", "\ta") + element("1a2b3c", "3", id2, "35", "\tc")},
       {"nothing", "", "ffffff", "x", ""},
-      {"no final line feed", [&] {
-         const std::string whole = record(id2, "1 1", "\ta");
-         return whole.substr(0, whole.size() - 1);
-       }(), "ffffff", "", ""},
+      {"no final line feed", unfinished, "ffffff", "", ""},
       // Shapes whose reading is decided by backtracking.
       {"keywords on one line, header over lines", "abc\n1\n2\n3\nauthor Ann author-mail <a>\nauthor-time 1 author-tz +0\n"
        "committer C\ncommitter-mail m\ncommitter-time 1\ncommitter-tz +0\nsummary s\nboundary\nprevious abc f\n"
@@ -87,35 +86,29 @@ TEST(RenderCodeView, MatchesReferenceOnGeneratedText) {
 }
 
 // Real output: boundary and previous lines, several authors, CR LF, a path with a space and
-// non-ASCII characters, with and without content, several base colours.
+// non-ASCII characters, a file of one line; with and without content, several base colours.
 TEST(RenderCodeView, MatchesReferenceOnRealBlame) {
-  struct Repo {
-    std::string path;
-    int lines, commits;
-    bool crlf;
-  };
-  const Repo repos[] = {{"src/plain.txt", 120, 12, false},
-                        {"dir with space/n\xc3\xa4me \xe4\xbb\xb6.txt", 60, 8, true},
-                        {"one.txt", 1, 1, false}};
-  for (const Repo& repo : repos) {
+  for (const auto& [commits, files, lines] : {std::array{12, 3, 120}, std::array{1, 1, 1}}) {
     const std::string folder = reference::makeTempFolder();
-    ASSERT_FALSE(folder.empty());
-    const std::string blame = reference::makeHistoryBlame(folder, repo.path, repo.lines, repo.commits, repo.crlf, 77);
-    reference::removeFolder(folder);
-    ASSERT_NE(blame.find("filename "), std::string::npos) << repo.path;
-    if (repo.commits > 1) {
-      EXPECT_NE(blame.find("\nprevious "), std::string::npos);
-    }
-    EXPECT_NE(blame.find("\nboundary"), std::string::npos);
-    EXPECT_EQ(tarnwick::parseBlame(blame).size(), static_cast<std::size_t>(repo.lines));
-    std::string content;
-    for (int i = 0; i < repo.lines; ++i) content += "shown " + std::to_string(i) + "\n";
-    for (const char* base : {"ffffff", "000000", "3c7ab0"}) {
-      for (const std::string& text : {std::string(), content}) {
-        ASSERT_EQ(tarnwick::renderCodeView(blame, base, text), reference::renderCodeView(blame, base, text))
-            << repo.path << " " << base;
+    for (const std::string& path : reference::makeSampleRepository(folder, 77, commits, files, lines)) {
+      const std::string blame = reference::runShell("git blame --line-porcelain HEAD -- " + reference::shellQuoted(path), folder);
+      const auto count = [&](const std::string& what) {
+        std::size_t n = 0;
+        for (auto at = blame.find(what); at != std::string::npos; at = blame.find(what, at + 1)) ++n;
+        return n;
+      };
+      EXPECT_GT(count("\nboundary"), 0u) << path;
+      EXPECT_EQ(count("\nprevious ") > 0, commits > 1) << path;
+      EXPECT_EQ(tarnwick::parseBlame(blame).size(), count("\nfilename ")) << path;
+      std::string content;
+      for (int i = 0; i < lines; ++i) content += "shown " + std::to_string(i) + "\n";
+      for (const char* base : {"ffffff", "000000", "3c7ab0"}) {
+        for (const std::string& text : {std::string(), content}) {
+          ASSERT_EQ(tarnwick::renderCodeView(blame, base, text), reference::renderCodeView(blame, base, text)) << path;
+        }
       }
     }
+    reference::removeFolder(folder);
   }
 }
 
@@ -129,8 +122,8 @@ TEST(RenderCodeView, LongLinesOnASmallStack) {
                                "abc 1 1\nauthor " + longLine + "author-mail\n" + longLine + "\n"};
   for (const std::string& text : texts) {
     std::string actual, expected;
-    reference::runOnStackOf(64 * 1024, [&] { actual = tarnwick::renderCodeView(text, "ffffff", ""); });
-    reference::runOnBigStack([&] { expected = reference::renderCodeView(text, "ffffff", ""); });
+    reference::runOnStack([&] { actual = tarnwick::renderCodeView(text, "ffffff", ""); }, 64 * 1024);
+    reference::runOnStack([&] { expected = reference::renderCodeView(text, "ffffff", ""); });
     EXPECT_EQ(actual, expected);
   }
 }

@@ -9,8 +9,8 @@
 #include <iterator>
 #include <string>
 
-#include "blame_samples.h"
 #include "command/shell_quote.h"
+#include "git_samples.h"
 
 namespace {
 
@@ -22,16 +22,9 @@ std::string standIn(const std::string& out, const std::string& errors, int statu
 
 TEST(ExecuteHunkOperation, AnswersFromStatusOutputAndErrors) {
   const std::pair<std::string, bool> texts[] = {
-      {"", true},
-      {"error", false},
-      {"error\n", true},
-      {" error", true},
-      {"error: patch failed: file.txt:3\n", false},
-      {"Checking patch file.txt...\nerror: while searching for:\n", false},
-      {"Error: something\n", true},
-      {"errors: none\n", true},
-      {"error:no space\n", true},
-  };
+      {"", true},  {"error", false},  {"error\n", true},  {" error", true},  {"error: patch failed: file.txt:3\n", false},
+      {"Checking patch file.txt...\nerror: while searching for:\n", false},  {"Error: something\n", true},
+      {"errors: none\n", true},  {"error:no space\n", true}};
   for (const auto& [text, clean] : texts) {
     EXPECT_EQ(tarnwick::showsGitError(text), !clean) << text;
     EXPECT_EQ(tarnwick::_executeHunkOperation(standIn(text, "", 0), "patch", "."), clean) << text;
@@ -49,7 +42,7 @@ TEST(ExecuteHunkOperation, GivesGitAPrivateCopyOfThePatch) {
   const std::string patch("body \xc3\xa9\r\nwith \"quotes\" and $(x)\n\0after zero\n", 40);
   EXPECT_TRUE(tarnwick::_executeHunkOperation("f() { cp \"$1\" seen; stat -c %a \"$1\" > mode; echo \"$1\" > name; }; f",
                                               patch, folder));
-  auto read = [&](const std::string& name) {
+  const auto read = [&](const std::string& name) {
     std::ifstream in(folder + "/" + name, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   };
