@@ -34,7 +34,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (decoded[i] == 0 || (oneByte && decoded[i] > 0xFF)) n = -1;
   }
   const tarnwick::ColorDiffUnits units = tarnwick::colorDiffUnits(text.data(), text.size(), oneByte, show, mark);
-  if (units.made != (n >= 0) || (units.made && (units.twoByte == oneByte || units.length != std::size_t(n)))) std::abort();
+  if (units.made != (n >= 0) || (units.made && (units.twoByte == oneByte || units.length != std::size_t(n)))) {
+    std::abort();
+  }
   for (std::size_t i = 0; units.made && i < units.length; ++i) {
     const std::uint16_t unit = units.twoByte ? reinterpret_cast<const std::uint16_t*>(units.block.data())[i]
                                              : static_cast<unsigned char>(units.block.data()[i]);

@@ -67,7 +67,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (decoded && (!wellFormed(*decoded) || encode(*decoded) != bytes)) std::abort();
   const std::size_t cut1 = size > 0 ? data[0] % (size + 1) : 0;
   const std::size_t cut2 = cut1 + (size > 1 ? data[1] % (size - cut1 + 1) : 0);
-  const bool oneByte = decoded && std::all_of(decoded->begin(), decoded->end(), [](std::uint16_t u) { return u < 0x100; });
+  const bool oneByte =
+      decoded && std::all_of(decoded->begin(), decoded->end(), [](std::uint16_t u) { return u < 256; });
   if (decodeInPieces<std::uint16_t>(bytes, cut1, cut2) != decoded ||
       decodeInPieces<std::uint8_t>(bytes, cut1, cut2) != (oneByte ? decoded : std::nullopt)) {
     std::abort();
@@ -75,7 +76,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   // The bytes as UTF-16 code units, and as Latin-1 characters.
   Units units(size / 2);
-  for (std::size_t i = 0; i < units.size(); ++i) units[i] = static_cast<std::uint16_t>(data[2 * i] | (data[2 * i + 1] << 8));
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    units[i] = static_cast<std::uint16_t>(data[2 * i] | (data[2 * i + 1] << 8));
+  }
   if (wellFormed(units) && decode(encode(units)) != units) std::abort();
   std::string latin1 = "x";
   tarnwick::appendLatin1AsUtf8(data, size, latin1);

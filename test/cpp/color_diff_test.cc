@@ -48,7 +48,8 @@ TEST(ColorDiffChunk, GoldenTable) {
       {"", ""}, {"+a\n-b", "+a\n-b"}, {"@@ -1 +1 @@", kBreak + "@@ -1 +1 @@" + kTools},
       {"x\n@@ -1 +1 @@\r\ny", "x\n" + kBreak + "@@ -1 +1 @@" + kTools + "\r\ny"}, {kNote, kBreak + kNote + "</div>\n"},
       {"a\n" + kNote + "\r\nb", "a\n" + kBreak + kNote + "</div>\n\r\nb"},
-      {"@@ " + kNote, "\n" + kBreak + "<div class='diff-break'>@@ " + kNote + kTools.substr(0, kTools.size() - 1) + "</div>\n\n"}});
+      {"@@ " + kNote, "\n" + kBreak + "<div class='diff-break'>@@ " + kNote + kTools.substr(0, kTools.size() - 1) +
+                          "</div>\n\n"}});
   expectGolden(true, false, {
       {"#12345", "#12345"}, {"#123456", swatch("#123456")}, {"#ABCDEF", swatch("#ABCDEF")},
       {"#1234567890", swatch("#12345678") + "90"}, {"rgb(1,2,3)", swatch("rgb(1,2,3)")},
@@ -61,7 +62,8 @@ TEST(ColorDiffChunk, GoldenTable) {
 
 void expectChunkAsReference(const std::string& input) {
   for (int flags = 0; flags < 4; ++flags) {
-    ASSERT_EQ(tarnwick::colorDiffChunk(input, flags & 1, flags & 2), reference::colorDiffChunk(input, flags & 1, flags & 2))
+    const bool show = flags & 1, mark = flags & 2;
+    ASSERT_EQ(tarnwick::colorDiffChunk(input, show, mark), reference::colorDiffChunk(input, show, mark))
         << "flags " << flags << " input: " << testing::PrintToString(input);
   }
 }
@@ -90,14 +92,18 @@ TEST(ColorDiffChunk, MatchesReferenceOnGeneratedText) {
         for (const char* number : {"", "1", "255", "9:", "0/"})
           for (const char* fourth : {"", ",", ",5", ", .5", ",0.25 ", ", 1. ", ",.", ",  ", ",   ", ", 2 ", ",9:"})
             for (const char* closing : {")", " )", "", "x)"}) {
-              const std::string input = std::string("a ") + keyword + gap + "(1" + separator + number + separator + "3" +
-                                        fourth + closing + " z";
-              ASSERT_EQ(tarnwick::colorDiffChunk(input, true, false), reference::colorDiffChunk(input, true, false)) << input;
+              const std::string input = std::string("a ") + keyword + gap + "(1" + separator + number + separator +
+                                        "3" + fourth + closing + " z";
+              ASSERT_EQ(tarnwick::colorDiffChunk(input, true, false), reference::colorDiffChunk(input, true, false))
+                  << input;
             }
   for (int digits = 0; digits <= 10; ++digits) {
     for (const char* after : {"", " ", "g", "G", ":", "/", "@", "`", "#", "\n"}) {
       std::string upper = "x#", lower = "x#";
-      for (int i = 0; i < digits; ++i) upper += "0123456789ABCDEF"[(i * 7) % 16], lower += "0123456789abcdef"[(i * 5) % 16];
+      for (int i = 0; i < digits; ++i) {
+        upper += "0123456789ABCDEF"[(i * 7) % 16];
+        lower += "0123456789abcdef"[(i * 5) % 16];
+      }
       expectChunkAsReference(upper + after);
       expectChunkAsReference(lower + after);
     }
@@ -110,7 +116,7 @@ std::u16string asUnits(const std::string& html, bool oneByte) {
   std::u16string units(html.size(), u'\0');
   const std::ptrdiff_t n = tarnwick::decodeUtf8(html.data(), html.size(), reinterpret_cast<std::uint16_t*>(&units[0]));
   units.resize(n < 0 ? 0 : n);
-  const bool fits = std::all_of(units.begin(), units.end(), [&](char16_t u) { return u != 0 && (!oneByte || u < 0x100); });
+  const bool fits = std::all_of(units.begin(), units.end(), [&](char16_t u) { return u && (!oneByte || u < 256); });
   return n >= 0 && fits ? units : u"";
 }
 
@@ -129,9 +135,10 @@ void expectSameForEveryFlag(const std::string& text, const std::string& what) {
       for (bool oneByte : {false, true}) {
         const auto units = tarnwick::colorDiffUnits(text.data(), text.size(), oneByte, flags & 1, flags & 2);
         const auto* data = reinterpret_cast<const unsigned char*>(units.block.data());
-        const std::u16string made = !units.made ? u""
-                                    : units.twoByte ? std::u16string(reinterpret_cast<const char16_t*>(data), units.length)
-                                                    : std::u16string(data, data + units.length);
+        const std::u16string made =
+            !units.made     ? u""
+            : units.twoByte ? std::u16string(reinterpret_cast<const char16_t*>(data), units.length)
+                            : std::u16string(data, data + units.length);
         ASSERT_EQ(made, asUnits(expected, oneByte)) << where << (oneByte ? ", one byte" : "");
         ASSERT_FALSE(units.made && units.twoByte == oneByte) << where;
       }
@@ -154,7 +161,8 @@ std::string shortLines(std::size_t length, unsigned seed) {
 // ten bytes, in a character, in a colour code.
 TEST(ColorDiff, MatchesReferenceAtEveryCut) {
   const std::string longAdded = "+" + std::string(14999, 'x'), lines = shortLines(25000, 3);
-  EXPECT_EQ(tarnwick::colorDiff(longAdded, false, true), kAdded + std::string(9999, 'x') + "</div>" + std::string(5000, 'x'));
+  EXPECT_EQ(tarnwick::colorDiff(longAdded, false, true),
+            kAdded + std::string(9999, 'x') + "</div>" + std::string(5000, 'x'));
   EXPECT_EQ(tarnwick::colorDiff(lines, false, true), tarnwick::colorDiffChunk(lines, false, true));
   for (std::size_t length : {150000u, 150001u}) {
     const std::string out = tarnwick::colorDiff("#aabbcc\n" + shortLines(length - 8, 9), true, true);
@@ -168,7 +176,8 @@ TEST(ColorDiff, MatchesReferenceAtEveryCut) {
            std::string(10000, 'y') + "-" + std::string(12000, 'z'), std::string(9998, 'r') + "rgb(1,2,3) #abcdef",
            "abc\n" + std::string(12000, '+') + "\n+x", std::string(9, 'a') + "\n" + std::string(30000, '-'),
            std::string(10, 'a') + "\n" + std::string(30000, '-'), std::string(20000, 'q'),
-           std::string(9999, 'q') + "\n" + std::string(10000, 'q'), "+" + std::string(9998, 'x') + "\xc3\xa9 x\n-\xc3\xbf",
+           std::string(9999, 'q') + "\n" + std::string(10000, 'q'),
+           "+" + std::string(9998, 'x') + "\xc3\xa9 x\n-\xc3\xbf",
            std::string(9999, 'y') + "\xc3\xa9\n+\xc3\xa9 \xc3\xbf",
            std::string(9998, 'y') + "\xe2\x82\xac" + std::string(9997, 'y') + "\xf0\x9f\x98\x80"}) {
     expectSameForEveryFlag(text, "long line");

@@ -22,9 +22,9 @@ std::string standIn(const std::string& out, const std::string& errors, int statu
 
 TEST(ExecuteHunkOperation, AnswersFromStatusOutputAndErrors) {
   const std::pair<std::string, bool> texts[] = {
-      {"", true},  {"error", false},  {"error\n", true},  {" error", true},  {"error: patch failed: file.txt:3\n", false},
-      {"Checking patch file.txt...\nerror: while searching for:\n", false},  {"Error: something\n", true},
-      {"errors: none\n", true},  {"error:no space\n", true}};
+      {"", true}, {"error", false}, {"error\n", true}, {" error", true}, {"error: patch failed: file.txt:3\n", false},
+      {"Checking patch file.txt...\nerror: while searching for:\n", false}, {"Error: something\n", true},
+      {"errors: none\n", true}, {"error:no space\n", true}};
   for (const auto& [text, clean] : texts) {
     EXPECT_EQ(tarnwick::showsGitError(text), !clean) << text;
     EXPECT_EQ(tarnwick::_executeHunkOperation(standIn(text, "", 0), "patch", "."), clean) << text;
@@ -40,8 +40,8 @@ TEST(ExecuteHunkOperation, AnswersFromStatusOutputAndErrors) {
 TEST(ExecuteHunkOperation, GivesGitAPrivateCopyOfThePatch) {
   const std::string folder = reference::makeTempFolder();
   const std::string patch("body \xc3\xa9\r\nwith \"quotes\" and $(x)\n\0after zero\n", 40);
-  EXPECT_TRUE(tarnwick::_executeHunkOperation("f() { cp \"$1\" seen; stat -c %a \"$1\" > mode; echo \"$1\" > name; }; f",
-                                              patch, folder));
+  const std::string copyIt = "f() { cp \"$1\" seen; stat -c %a \"$1\" > mode; echo \"$1\" > name; }; f";
+  EXPECT_TRUE(tarnwick::_executeHunkOperation(copyIt, patch, folder));
   const auto read = [&](const std::string& name) {
     std::ifstream in(folder + "/" + name, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());

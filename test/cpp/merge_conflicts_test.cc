@@ -6,27 +6,23 @@
 
 #include <iterator>
 #include <random>
-#include <string>
 
 #include "merge_conflicts_reference.h"
 
 namespace {
 
 TEST(StyleMergeConflicts, GoldenTable) {
+  const std::string block = "<<<<<<< HEAD\nx\n=======\ny\n>>>>>>> branch", lt7 = "&lt;&lt;&lt;&lt;&lt;&lt;&lt;";
   const std::pair<std::string, std::string> table[] = {
-      {"", ""},  {"a < b && c > d", "a &lt; b &amp;&amp; c &gt; d"},
-      {"<<<<<<< HEAD\nx\n=======\ny\n>>>>>>> branch", "<<<<<<< HEAD\nx\n=======\ny\n>>>>>>> branch"},
-      {"<<<<<<<<", "<<<<<<<&lt;"},  {"<<<<<<<<<<", "<<<<<<<&lt;&lt;&lt;"},  {"<<<<<<<<<<<<<<", "<<<<<<<<<<<<<<"},
-      {"<<<<<<", "&lt;&lt;&lt;&lt;&lt;&lt;"},  {">>>>>>>>", ">>>>>>>&gt;"},  {"x <<<<<<< y", "x <<<<<<< y"},
-      {"&lt;", "&amp;lt;"},  {"&lt;&lt;&lt;&lt;&lt;&lt;&lt;", "&amp;lt;&amp;lt;&amp;lt;&amp;lt;&amp;lt;&amp;lt;&amp;lt;"},
-      {"<<<<<<<>>>>>>>", "<<<<<<<>>>>>>>"},  {"'\"=======", "'\"======="},
-      {std::string("\xc3\xa9<\0>", 5), std::string("\xc3\xa9&lt;\0&gt;", 11)},
+      {"", ""}, {"a < b && c > d", "a &lt; b &amp;&amp; c &gt; d"}, {block, block}, {"<<<<<<<<", "<<<<<<<&lt;"},
+      {"<<<<<<<<<<", "<<<<<<<&lt;&lt;&lt;"}, {"<<<<<<<<<<<<<<", "<<<<<<<<<<<<<<"}, {">>>>>>>>", ">>>>>>>&gt;"},
+      {"<<<<<<", "&lt;&lt;&lt;&lt;&lt;&lt;"}, {"x <<<<<<< y", "x <<<<<<< y"}, {"&lt;", "&amp;lt;"},
+      {lt7, "&amp;lt;&amp;lt;&amp;lt;&amp;lt;&amp;lt;&amp;lt;&amp;lt;"}, {"<<<<<<<>>>>>>>", "<<<<<<<>>>>>>>"},
+      {"'\"=======", "'\"======="}, {std::string("\xc3\xa9<\0>", 5), std::string("\xc3\xa9&lt;\0&gt;", 11)},
       // A last group of seven that would open a tag stays escaped; git's markers stay raw.
-      {"<<<<<<<img src=x>", "&lt;&lt;&lt;&lt;&lt;&lt;&lt;img src=x&gt;"},
-      {"<<<<<<<<<<<<<</b", "<<<<<<<&lt;&lt;&lt;&lt;&lt;&lt;&lt;/b"},  {"<<<<<<<<img", "<<<<<<<&lt;img"},
-      {"<<<<<<<!--", "&lt;&lt;&lt;&lt;&lt;&lt;&lt;!--"},  {"<<<<<<<?x", "&lt;&lt;&lt;&lt;&lt;&lt;&lt;?x"},
-      {"<<<<<<<@<<<<<<<[<<<<<<<0", "<<<<<<<@<<<<<<<[<<<<<<<0"},  {">>>>>>>a", ">>>>>>>a"},
-  };
+      {"<<<<<<<img src=x>", lt7 + "img src=x&gt;"}, {"<<<<<<<<<<<<<</b", "<<<<<<<" + lt7 + "/b"},
+      {"<<<<<<<<img", "<<<<<<<&lt;img"}, {"<<<<<<<!--", lt7 + "!--"}, {"<<<<<<<?x", lt7 + "?x"},
+      {"<<<<<<<@<<<<<<<[<<<<<<<0", "<<<<<<<@<<<<<<<[<<<<<<<0"}, {">>>>>>>a", ">>>>>>>a"}};
   for (const auto& [input, expected] : table) {
     EXPECT_EQ(tarnwick::styleMergeConflicts(input), expected) << input;
     EXPECT_EQ(reference::styleMergeConflicts(input), expected) << input;

@@ -9,15 +9,16 @@ namespace reference {
 std::string escapeHtml(const std::string& text) {
   std::string out;
   for (char c : text) {
-    out += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '\'' ? "&#39;" : c == '"' ? "&quot;"
-                                                                                                      : std::string(1, c);
+    out += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '\'' ? "&#39;"
+           : c == '"' ? "&quot;" : std::string(1, c);
   }
   return out;
 }
 
 std::vector<tarnwick::CommitRecord> parseCommitLog(const std::string& log) {
   // The pattern text holds real line feeds and carriage returns; \s is the engine's own escape.
-  static const char kPattern[] = "([^\\s]+)\\s([^\\s]+)\\s([^\\s]+)\\s([^\n]+)\r?\n\r?\n([^\\s]+)\\s+([^\\s]+)([^\n]+)?\n";
+  static const char kPattern[] =
+      "([^\\s]+)\\s([^\\s]+)\\s([^\\s]+)\\s([^\n]+)\r?\n\r?\n([^\\s]+)\\s+([^\\s]+)([^\n]+)?\n";
   static_assert(sizeof kPattern - 1 == 71, "the log pattern is 71 characters long");
   static const std::regex pattern(kPattern, std::regex::ECMAScript);
   std::vector<tarnwick::CommitRecord> records;
@@ -47,7 +48,8 @@ std::string renderCommitOptions(const std::string& log, const std::string& fileP
     const std::time_t seconds = std::strtoul(group(record.authorTime).c_str(), nullptr, 0);
     char buffer[20];
     std::string date;
-    if (const std::tm* local = std::localtime(&seconds)) date.assign(buffer, std::strftime(buffer, 20, "%d %b %Y", local));
+    const std::tm* local = std::localtime(&seconds);
+    if (local != nullptr) date.assign(buffer, std::strftime(buffer, sizeof buffer, "%d %b %Y", local));
     const std::string path = group(record.status)[0] == 'R' ? filePath : group(record.path);
     result += "<option data-dfp='" + escapeHtml(path) + "' data-dlcid='" + escapeHtml(group(record.fullHash)) +
               "' value='" + escapeHtml(hash) + "' " + (hash == selectedHash ? " selected " : "") + ">" +

@@ -46,11 +46,10 @@ std::string writeFile(const std::string& path, const std::string& content) {
 
 void importHistory(const std::string& folder, const std::vector<Commit>& commits) {
   std::string stream;
-  for (std::size_t i = 0; i < commits.size(); ++i) {
-    const Commit& c = commits[i];
+  for (const Commit& c : commits) {
     const std::string who = c.author + " " + std::to_string(c.time) + " +0000\n";
-    stream += "commit refs/heads/main\nmark :" + std::to_string(i + 1) + "\nauthor " + who + "committer " + who +
-              "data " + std::to_string(c.message.size()) + "\n" + c.message + "\n" + c.changes;
+    stream += "commit refs/heads/main\nauthor " + who + "committer " + who + "data " +
+              std::to_string(c.message.size()) + "\n" + c.message + "\n" + c.changes;
   }
   std::ofstream(folder + "/.stream", std::ios::binary) << stream;
   runShell("git init -q -b main && git fast-import --quiet < .stream && rm .stream && git reset -q --hard", folder);
@@ -58,24 +57,21 @@ void importHistory(const std::string& folder, const std::vector<Commit>& commits
 
 namespace {
 
-template <typename Random>
-std::string pick(Random& random, std::initializer_list<const char*> items) {
-  return items.begin()[random() % items.size()];
-}
+using Pick = std::initializer_list<const char*>;
 
-template <typename Random>
-std::string hex(Random& random, std::size_t digits, const char* alphabet = "0123456789abcdef") {
+std::string pick(std::mt19937& random, Pick items) { return items.begin()[random() % items.size()]; }
+
+std::string hex(std::mt19937& random, std::size_t digits, const std::string& alphabet = "0123456789abcdef") {
   std::string out;
-  for (const std::size_t size = std::char_traits<char>::length(alphabet); out.size() < digits;) {
-    out += alphabet[random() % size];
-  }
+  while (out.size() < digits) out += alphabet[random() % alphabet.size()];
   return out;
 }
 
 std::string makeLine(std::mt19937& random, bool styleSheet) {
-  const std::string word = pick(random, {"value", "render", "<tag>", "a & b", "na\xc3\xafve", "gr\xc3\xb6\xc3\x9f" "e",
-                                         "\xe4\xbb\xb6\xe6\x95\xb0", "\xe2\x82\xacuro", "author x", "abc 1 2", "summary"});
-  const std::string n = std::to_string(random() % 256), after = random() % 3 ? "" : pick(random, {":", "g", "G", "/", "@", "`"});
+  const std::string word = pick(random, {"value", "<tag>", "a & b", "na\xc3\xafve", "\xe4\xbb\xb6\xe6\x95\xb0",
+                                         "\xe2\x82\xacuro", "author x", "abc 1 2", "summary"});
+  const std::string n = std::to_string(random() % 256);
+  const std::string after = random() % 3 ? "" : pick(random, {":", "g", "G", "/", "@", "`"});
   const std::string colour = "#" + hex(random, 3 + random() % 7, "0123456789abcdefABCDEF") + after;
   switch (random() % (styleSheet ? 4 : 5) + (styleSheet ? 0 : 4)) {
     case 0: return "." + word + "-" + n + " {";
@@ -91,7 +87,8 @@ std::string makeLine(std::mt19937& random, bool styleSheet) {
 
 }  // namespace
 
-std::vector<std::string> makeSampleRepository(const std::string& folder, unsigned seed, int commits, int files, int lines) {
+std::vector<std::string> makeSampleRepository(const std::string& folder, unsigned seed, int commits, int files,
+                                              int lines) {
   std::mt19937 random(seed);
   std::vector<std::string> paths;
   for (int f = 0; f < files; ++f) {
@@ -117,8 +114,8 @@ std::vector<std::string> makeSampleRepository(const std::string& folder, unsigne
       changes += writeFile(paths[f], content);
       contents[f] = next;
     }
-    history.push_back({pick(random, {"Ann <ann@example.com>", "Bo B\xc3\xb6rk <bo@example.com>", "Dee <dee@example.com>"}),
-                       1600000000 + c * 3600, c == 0 ? "first" : "Change " + std::to_string(c), changes});
+    const std::string author = pick(random, {"Ann <ann@example.com>", "B\xc3\xb6rk <bo@example.com>", "Dee <d@e.f>"});
+    history.push_back({author, 1600000000 + c * 3600, c == 0 ? "first" : "Change " + std::to_string(c), changes});
   }
   importHistory(folder, history);
   return paths;
@@ -134,42 +131,44 @@ std::string makeGitDiff(unsigned seed, int files, int lines) {
 
 std::string makeAdversarialBlame(std::uint32_t seed) {
   std::mt19937 random(seed);
-  const auto blank = [&] { return pick(random, {" ", " ", " ", " ", "\t", "\n", "\r", "", "  ", "\v", "\f", "\x0e"}); };
-  const auto number = [&] { return pick(random, {"1", "12", "0", "012", "08", "99999999999999999999999", "", "7a", "3", "9:", "4/"}); };
-  const auto foreign = [&] {
-    return pick(random, {"", "boundary", "boundary x", "previous", "previous abc f", "\tcontent", "author x", "author-mail y",
-                         "filename f", "summary s", "abc 1 2", "abc 1 2 3", "zz", "author-time 1", "author-tz 1"});
-  };
-  const auto value = [&] {
-    return random() % 3 ? pick(random, {"v", "Some Value"})
-                        : pick(random, {"x", "<jane@example.com>", "1600000000", "", "author-mail x", "a author-mail\tm",
-                                        "author-mail ", "author-tz +1", "x author-tz", "author-time 5\rauthor-tz 6", "\r", " ",
-                                        "abc 1 2", "committer z", "a\rb", "\xc3\xa9", "author-mail", "author-tz"});
-  };
+  const Pick blanks = {" ", " ", " ", " ", "\t", "\n", "\r", "", "  ", "\v", "\f", "\x0e"};
+  const Pick numbers = {"1", "12", "0", "012", "08", "99999999999999999999999", "", "7a", "3", "9:", "4/"};
+  const Pick foreign = {"", "boundary", "boundary x", "previous", "previous abc f", "\tcontent", "author x",
+                        "author-mail y", "filename f", "summary s", "abc 1 2", "abc 1 2 3", "zz", "author-time 1",
+                        "author-tz 1"};
+  const Pick values = {"x", "<jane@example.com>", "1600000000", "", "author-mail x", "a author-mail\tm", "author-mail ",
+                       "author-tz +1", "x author-tz", "author-time 5\rauthor-tz 6", "\r", " ", "abc 1 2", "committer z",
+                       "a\rb", "\xc3\xa9", "author-mail", "author-tz"};
+  const auto value = [&] { return random() % 3 ? pick(random, {"v", "Some Value"}) : pick(random, values); };
   std::vector<std::string> lines;
   for (int r = 1 + random() % 5; r > 0; --r) {
     const unsigned shape = random() % 6;
-    const std::string id = shape == 0 ? hex(random, 1 + random() % 8)
+    const std::string id = shape == 0   ? hex(random, 1 + random() % 8)
                            : shape == 1 ? hex(random, 3) + pick(random, {"G", "g", ":", "/", "`"}) + hex(random, 3)
-                           : shape == 2 ? "ABCDEF" + hex(random, 4) : hex(random, 40);
-    lines.push_back(id + blank() + number() + blank() + number() + (random() % 2 ? blank() + number() : ""));
+                           : shape == 2 ? "ABCDEF" + hex(random, 4)
+                                        : hex(random, 40);
+    std::string header = id + pick(random, blanks) + pick(random, numbers) + pick(random, blanks);
+    header += pick(random, numbers) + (random() % 2 ? pick(random, blanks) + pick(random, numbers) : "");
+    lines.push_back(header);
     for (const char* key : {"author", "author-mail", "author-time", "author-tz", "committer", "committer-mail",
                             "committer-time", "committer-tz", "summary"}) {
-      lines.push_back((random() % 25 ? std::string(key) : foreign()) + blank() + value());
+      lines.push_back((random() % 25 ? std::string(key) : pick(random, foreign)) + pick(random, blanks) + value());
     }
     if (random() % 3 == 0) lines.push_back("boundary");
-    if (random() % 2 == 0) lines.push_back("previous" + blank() + hex(random, 40) + " f");
-    lines.push_back("filename" + blank() + (random() % 2 ? "src/a b.txt" : value()));
+    if (random() % 2 == 0) lines.push_back("previous" + pick(random, blanks) + hex(random, 40) + " f");
+    lines.push_back("filename" + pick(random, blanks) + (random() % 2 ? "src/a b.txt" : value()));
     lines.push_back(random() % 4 ? "\tline " + std::to_string(r) : value());
   }
   for (int m = random() % 4; m > 0 && !lines.empty(); --m) {  // drop, repeat or insert a foreign line
     const auto at = lines.begin() + random() % lines.size();
     const unsigned how = random() % 3;
     if (how == 0) lines.erase(at);
-    else lines.insert(at, how == 1 ? std::string(*at) : foreign());
+    else lines.insert(at, how == 1 ? std::string(*at) : pick(random, foreign));
   }
   std::string text;
-  for (const std::string& line : lines) text += line + (random() % 3 ? "\n" : pick(random, {"\n", "\r\n", "", "\r", "\n\n"}));
+  for (const std::string& line : lines) {
+    text += line + (random() % 3 ? "\n" : pick(random, {"\n", "\r\n", "", "\r", "\n\n"}));
+  }
   return text;
 }
 

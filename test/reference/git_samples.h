@@ -18,8 +18,8 @@ std::string shellQuoted(const std::string& text);
 std::string makeTempFolder();
 void removeFolder(const std::string& folder);
 
-// One commit of a sample history: author ("Name <mail>"), time in seconds (UTC), message, and
-// the fast-import commands after the message ("from :N" naming the Nth commit made, file changes).
+// One commit of a sample history: author ("Name <mail>"), time in seconds (UTC), message, and the
+// fast-import file changes.
 struct Commit {
   std::string author;
   long long time;
@@ -37,7 +37,8 @@ void importHistory(const std::string& folder, const std::vector<Commit>& commits
 // `lines` generated lines, each later commit removing, inserting and replacing some of them:
 // source and style sheets (colour codes next to the bytes just outside their classes), CR LF
 // lines, a lost last line feed, non-ASCII text and paths with spaces. Returns the files' paths.
-std::vector<std::string> makeSampleRepository(const std::string& folder, unsigned seed, int commits, int files, int lines);
+std::vector<std::string> makeSampleRepository(const std::string& folder, unsigned seed, int commits, int files,
+                                              int lines);
 
 // Returns `git diff` of the two commits of a sample repository (removed again).
 std::string makeGitDiff(unsigned seed, int files, int lines);

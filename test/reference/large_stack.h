@@ -3,13 +3,12 @@
 
 #include <pthread.h>
 
-#include <cstddef>
 #include <cstdlib>
 #include <functional>
 
 namespace reference {
 
-// Room for the std::regex formulations, whose recursion grows with the length of a line: 1 GB,
+// Room for the std::regex formulations, whose recursion grows with the length of a line: 1 GB, or
 // 8 GB under AddressSanitizer, whose frames are larger. Untouched stack costs no memory.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr std::size_t kBigStack = std::size_t(8) << 30;
@@ -22,10 +21,7 @@ constexpr std::size_t kBigStack = std::size_t(1) << 30;
 inline void runOnStack(const std::function<void()>& body, std::size_t stackBytes = kBigStack) {
   pthread_attr_t attributes;
   pthread_t thread;
-  void* (*start)(void*) = [](void* job) -> void* {
-    (*static_cast<const std::function<void()>*>(job))();
-    return nullptr;
-  };
+  const auto start = [](void* job) -> void* { return (*static_cast<const std::function<void()>*>(job))(), nullptr; };
   if (pthread_attr_init(&attributes) != 0 || pthread_attr_setstacksize(&attributes, stackBytes) != 0 ||
       pthread_create(&thread, &attributes, start, const_cast<std::function<void()>*>(&body)) != 0) {
     std::abort();
