@@ -50,21 +50,12 @@ TEST(RenderCodeView, GoldenTable) {
        element(id, "2", id, "\n") + element(id, "1", id, "a<&b") + element(id, "9", id, "\n") +
            element(id, "0", id, "\n")},
       {"1000 pieces", record(id, "1 1", "\tx"), "ffffff", nines, element(id, "1", id, "l", "45")},
-      {"999 pieces", record(id, "1 1", "\tx"), "ffffff", nines.substr(0, 1997), element(id, "1", id, "l")},
+      {"999 pieces", record(id, "1 1", "\tx"), "ffffff", nines.substr(0, nines.size() - 1), element(id, "1", id, "l")},
       {"octal line number, short id", record("ab", "1 010", "\tx"), "ffffff", "", element("ab", "8", "ab", "\tx")},
       {"empty author dropped", record(id, "1 1", "\ta") + "abc 2 2\nauthor \n" + record(id, "3 3", "\tc"), "ffffff", "",
        element(id, "1", id, "\ta") + element(id, "3", id, "\tc")},
       {"nothing", "", "ffffff", "x", ""},
       {"no final line feed", unfinished, "ffffff", "", ""},
-      // Shapes whose reading is decided by backtracking.
-      {"keywords on one line, header over lines",
-       "abc\n1\n2\n3\nauthor Ann author-mail <a>\nauthor-time 1 author-tz +0\n"
-       "committer C\ncommitter-mail m\ncommitter-time 1\ncommitter-tz +0\nsummary s\nboundary\nprevious abc f\n"
-       "filename f\n\tx\n", "ffffff", "", element("abc", "2", "abc", "\tx")},
-      {"an author name holding author-mail, CR LF",
-       "abc 1 1\r\nauthor author-mail x\r\nauthor-mail <a>\r\nauthor-time 1\r\nauthor-tz +0\r\ncommitter C\r\n"
-       "committer-mail m\r\ncommitter-time 1\r\ncommitter-tz +0\r\nsummary s\r\nfilename f\r\n\tx\r\n",
-       "ffffff", "", element("abc", "1", "abc", "\tx\r")},
   };
   for (const Row& row : table) {
     EXPECT_EQ(tarnwick::renderCodeView(row.blame, row.base, row.content), row.expected) << row.name;
