@@ -1,7 +1,9 @@
 // The command helpers against the real shell and file system: the runner, split, the private
 // temporary file, shell quoting, path operands and the git command lines.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <csignal>
 #include <filesystem>
 
 #include "command/exec.h"
@@ -97,6 +99,17 @@ TEST(TemporaryFile, IsPrivateNewAndRemoved) {
     EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
   }
   EXPECT_FALSE(fs::exists(path));
+  // A text that cannot be written whole (a file size limit stands for a full disk) gives no file.
+  rlimit limit;
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const rlim_t saved = limit.rlim_cur;
+  limit.rlim_cur = 4;
+  std::signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &limit);
+  const tarnwick::TemporaryFile cut(bytes);
+  limit.rlim_cur = saved;
+  setrlimit(RLIMIT_FSIZE, &limit);
+  EXPECT_EQ(cut.path(), "");
 }
 
 TEST(PathOperand, OptionShapedPathsFollowTwoDashes) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -53,6 +54,11 @@ TEST(ExecuteHunkOperation, GivesGitAPrivateCopyOfThePatch) {
   EXPECT_EQ(name.filename().string().rfind("tarnwick-hunk-", 0), 0u) << name;
   EXPECT_FALSE(std::filesystem::exists(name));
   EXPECT_FALSE(tarnwick::_executeHunkOperation("touch ran; :", patch, folder + "/missing"));
+  // Nor does a patch that cannot be written: the temporary folder is missing.
+  const std::string temporary = std::getenv("TMPDIR") != nullptr ? std::getenv("TMPDIR") : "/tmp";
+  setenv("TMPDIR", (folder + "/missing").c_str(), 1);
+  EXPECT_FALSE(tarnwick::_executeHunkOperation("touch ran; :", patch, folder));
+  setenv("TMPDIR", temporary.c_str(), 1);
   EXPECT_FALSE(std::filesystem::exists(folder + "/ran"));
   reference::removeFolder(folder);
 }
