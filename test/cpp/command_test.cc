@@ -78,9 +78,7 @@ TEST(Exec, RunsInTheFolderWithoutMovingTheProcess) {
 TEST(AsReadInPieces, ZeroByteEndsItsPiece) {
   const std::string a(100, 'a'), b(100, 'b');
   const std::pair<std::string, std::string> table[] = {
-      {"plain\ntext", "plain\ntext"},
-      {std::string("ab\0cd\nef", 8), "abef"},
-      {std::string("\0\nx\n", 4), "x\n"},
+      {"plain\ntext", "plain\ntext"}, {std::string("ab\0cd\nef", 8), "abef"}, {std::string("\0\nx\n", 4), "x\n"},
       {a + std::string(1, '\0') + b + "\n", a + std::string(74, 'b') + "\n"},  // the first piece ends after 127 bytes
       {std::string(127, 'c') + std::string("\0d", 2), std::string(127, 'c')}};
   for (const auto& [raw, kept] : table) EXPECT_EQ(tarnwick::asReadInPieces(raw), kept);
@@ -102,12 +100,10 @@ TEST(TemporaryFile, IsPrivateNewAndRemoved) {
   // A text that cannot be written whole (a file size limit stands for a full disk) gives no file.
   rlimit limit;
   getrlimit(RLIMIT_FSIZE, &limit);
-  const rlim_t saved = limit.rlim_cur;
-  limit.rlim_cur = 4;
+  const rlimit small = {4, limit.rlim_max};
   std::signal(SIGXFSZ, SIG_IGN);
-  setrlimit(RLIMIT_FSIZE, &limit);
+  setrlimit(RLIMIT_FSIZE, &small);
   const tarnwick::TemporaryFile cut(bytes);
-  limit.rlim_cur = saved;
   setrlimit(RLIMIT_FSIZE, &limit);
   EXPECT_EQ(cut.path(), "");
 }
