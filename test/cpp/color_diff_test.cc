@@ -3,8 +3,11 @@
 #include "diff/color_diff.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <random>
 
@@ -202,6 +205,26 @@ TEST(ColorDiff, MatchesReferenceOnLongAndRealDiffs) {
     expectSameForEveryFlag(diff, "git diff " + std::to_string(seed));
     expectSameForEveryFlag(diff.substr(0, 9000), "start of git diff");
   }
+}
+
+// The scans read nothing past the text: texts of every short length, and one over a chunk, end
+// where an inaccessible page begins.
+TEST(ColorDiff, ReadsNothingPastTheText) {
+  const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE)), size = 8 * page;
+  char* const pages = static_cast<char*>(mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  ASSERT_TRUE(pages != MAP_FAILED && mprotect(pages + size - page, page, PROT_NONE) == 0);
+  std::string out;
+  for (std::size_t length = 0; length <= 6 * page; length += length < 300 ? 1 : 5000) {
+    const std::string text = shortLines(length, 5);
+    char* const start = static_cast<char*>(std::memcpy(pages + size - page - length, text.data(), length));
+    for (auto level : {tarnwick::ScanLevel::kScalar, tarnwick::ScanLevel::kSse2, tarnwick::ScanLevel::kAvx2}) {
+      if (!tarnwick::forceScanLevel(level)) continue;
+      out.assign(tarnwick::measureColorDiff(start, length, true, true).total + tarnwick::kColorDiffSlack, '\0');
+      tarnwick::writeColorDiff(&out[0], start, length, true, true);
+      tarnwick::colorDiffUnits(start, length, false, true, true);
+    }
+  }
+  munmap(pages, size);
 }
 
 // A one-megabyte single line leaves the stack alone: 64 KB are enough.
