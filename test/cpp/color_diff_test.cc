@@ -28,6 +28,10 @@ const std::string kTools =
     "hunk</span><span class='unstage-hunk link'>unstage hunk</span><span class='revert-hunk link'>revert "
     "hunk</span></div></div>\n";
 
+// Every byte scan; each test runs those this processor can.
+const tarnwick::ScanLevel kLevels[] = {tarnwick::ScanLevel::kScalar, tarnwick::ScanLevel::kSse2,
+                                       tarnwick::ScanLevel::kNeon, tarnwick::ScanLevel::kAvx2};
+
 std::string swatch(const std::string& code) {
   return "<span class='color-preview' style='background-color: " + code + "'></span>" + code;
 }
@@ -129,8 +133,7 @@ void expectSameForEveryFlag(const std::string& text, const std::string& what) {
   for (int flags = 0; flags < 4; ++flags) {
     std::string expected;
     reference::runOnStack([&] { expected = reference::colorDiff(text, flags & 1, flags & 2); });
-    for (auto level : {tarnwick::ScanLevel::kScalar, tarnwick::ScanLevel::kSse2, tarnwick::ScanLevel::kNeon,
-                       tarnwick::ScanLevel::kAvx2}) {
+    for (auto level : kLevels) {
       if (!tarnwick::forceScanLevel(level)) continue;
       const std::string where = what + ", flags " + std::to_string(flags) + ", scan " +
                                 std::to_string(static_cast<int>(level)) + ", " + std::to_string(text.size()) + " bytes";
@@ -217,7 +220,7 @@ TEST(ColorDiff, ReadsNothingPastTheText) {
   for (std::size_t length = 0; length <= 6 * page; length += length < 300 ? 1 : 5000) {
     const std::string text = shortLines(length, 5);
     char* const start = static_cast<char*>(std::memcpy(pages + size - page - length, text.data(), length));
-    for (auto level : {tarnwick::ScanLevel::kScalar, tarnwick::ScanLevel::kSse2, tarnwick::ScanLevel::kAvx2}) {
+    for (auto level : kLevels) {
       if (!tarnwick::forceScanLevel(level)) continue;
       out.assign(tarnwick::measureColorDiff(start, length, true, true).total + tarnwick::kColorDiffSlack, '\0');
       tarnwick::writeColorDiff(&out[0], start, length, true, true);
