@@ -55,10 +55,11 @@ TEST(ExecuteHunkOperation, GivesGitAPrivateCopyOfThePatch) {
   EXPECT_FALSE(std::filesystem::exists(name));
   EXPECT_FALSE(tarnwick::_executeHunkOperation("touch ran; :", patch, folder + "/missing"));
   // Nor does a patch that cannot be written: the temporary folder is missing.
-  const std::string temporary = std::getenv("TMPDIR") != nullptr ? std::getenv("TMPDIR") : "/tmp";
+  const bool hadFolder = std::getenv("TMPDIR") != nullptr;
+  const std::string temporary = hadFolder ? std::getenv("TMPDIR") : "";
   setenv("TMPDIR", (folder + "/missing").c_str(), 1);
   EXPECT_FALSE(tarnwick::_executeHunkOperation("touch ran; :", patch, folder));
-  setenv("TMPDIR", temporary.c_str(), 1);
+  hadFolder ? setenv("TMPDIR", temporary.c_str(), 1) : unsetenv("TMPDIR");
   EXPECT_FALSE(std::filesystem::exists(folder + "/ran"));
   reference::removeFolder(folder);
 }
