@@ -5,16 +5,17 @@
 #include <string>
 
 #include "blame_reference.h"
-#include "blame_samples.h"
-#include "mergetool/code_view.h"
+#include "git_samples.h"
 #include "large_stack.h"
+#include "mergetool/code_view.h"
 
 namespace {
 
 const std::string& realBlame() {
   static const std::string blame = [] {
     const std::string folder = reference::makeTempFolder();
-    std::string text = reference::makeHistoryBlame(folder, "src/components/merge tool/big file.txt", 4000, 300, false, 4242);
+    const std::string path = reference::makeSampleRepository(folder, 4242, 300, 1, 4000)[0];
+    std::string text = reference::runShell("git blame --line-porcelain HEAD -- " + reference::shellQuoted(path), folder);
     reference::removeFolder(folder);
     return text;
   }();
@@ -29,7 +30,7 @@ void run(benchmark::State& state, bool native) {
     if (native) {
       out = tarnwick::renderCodeView(blame, "ffffff", "");
     } else {
-      reference::runOnBigStack([&] { out = reference::renderCodeView(blame, "ffffff", ""); });
+      reference::runOnStack([&] { out = reference::renderCodeView(blame, "ffffff", ""); });
     }
     outBytes = out.size();
     benchmark::DoNotOptimize(out.data());

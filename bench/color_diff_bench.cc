@@ -9,8 +9,8 @@
 #include "color_diff_reference.h"
 #include "diff/color_diff.h"
 #include "diff/color_diff_units.h"
+#include "git_samples.h"
 #include "large_stack.h"
-#include "sample_diff.h"
 
 namespace {
 
@@ -48,7 +48,7 @@ void run(benchmark::State& state, const std::string& text, bool native) {
     if (native) {
       out = tarnwick::colorDiff(text, true, true);
     } else {
-      reference::runOnLargeStack([&] { out = reference::colorDiff(text, true, true); });
+      reference::runOnStack([&] { out = reference::colorDiff(text, true, true); });
     }
     outBytes = out.size();
     benchmark::DoNotOptimize(out.data());

@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::vector<tarnwick::BlameRecord> expected;
   std::string expectedView;
   // std::regex recurses once per character of a line.
-  reference::runOnBigStack([&] {
+  reference::runOnStack([&] {
     expected = reference::parseBlame(input);
     expectedView = reference::renderCodeView(input, base, content);
   });

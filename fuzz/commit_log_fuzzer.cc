@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string filePath = head.substr(0, space);
   const std::string selectedHash = space == std::string::npos ? std::string() : head.substr(space + 1);
   bool same = true;
-  reference::runOnBigStack([&] {
+  reference::runOnStack([&] {
     same = tarnwick::parseCommitLog(input) == reference::parseCommitLog(input) &&
            tarnwick::renderCommitOptions(log, filePath, selectedHash) ==
                reference::renderCommitOptions(log, filePath, selectedHash);

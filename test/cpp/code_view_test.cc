@@ -4,13 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <vector>
 
 #include "blame_reference.h"
-#include "blame_samples.h"
-#include "mergetool/blame_parser.h"
+#include "git_samples.h"
 #include "large_stack.h"
+#include "mergetool/blame_parser.h"
 
 namespace {
 
@@ -20,52 +21,41 @@ std::string record(const std::string& id, const std::string& numbers, const std:
          "filename f.txt\n" + line + "\n";
 }
 
-std::string element(const std::string& color, const std::string& n, const std::string& id, const std::string& width,
-                    const std::string& content) {
+std::string element(const std::string& color, const std::string& n, const std::string& id, const std::string& content,
+                    const std::string& width = "35") {
   return "<div class='line' data-color='" + color + "' data-dlinenumber='" + n + "' data-commitid='" + id +
-         "'><span class='line-number nohighlight' style='border-right: 1px solid #" + color +
-         "; background-color: #" + color + "33; width: " + width + "px;'>" + n +
-         "</span><span class='line-contents'>" + content + "</span></div>";
+         "'><span class='line-number nohighlight' style='border-right: 1px solid #" + color + "; background-color: #" +
+         color + "33; width: " + width + "px;'>" + n + "</span><span class='line-contents'>" + content +
+         "</span></div>";
 }
 
 TEST(RenderCodeView, GoldenTable) {
-  const std::string id1 = "e0e4f0aaaa", id2 = "1a2b3c", id3 = "595959", id4 = "5a5a5a";
+  const std::string id = "1a2b3c";
+  std::string nines, unfinished = record(id, "1 1", "\ta");
+  for (int i = 0; i < 999; ++i) nines += "l\n";
+  unfinished.pop_back();
   struct Row {
     const char* name;
     std::string blame, base, content, expected;
-  };
-  std::string nines;
-  for (int i = 0; i < 999; ++i) nines += "l\n";
-  const Row table[] = {
-      {"git's lines, tab kept", record(id1, "1 1 2", "\tfirst") + record(id2, "2 2", "\t"), "ffffff", "",
-       element("e0e4ff", "1", id1, "35", "\tfirst") + element("1a2b3c", "2", id2, "35", "\t")},
-      {"threshold", record(id3, "1 1", "\ta") + record(id4, "2 2", "\tb"), "000000", "",
-       element("5959ff", "1", id3, "35", "\ta") + element("5a5a5a", "2", id4, "35", "\tb")},
-      {"changed colour not tested again", record("f0f0f0", "1 1", "\ta") + record("000000", "1 1", "\tb"), "ffffff",
-       "", element("f0f0ff", "1", "f0f0f0", "35", "\ta") + element("000000", "1", "000000", "35", "\tb")},
-      {"content lines, empty and out of range", record(id2, "1 2", "\tx") + record(id2, "1 1", "\tx") +
-       record(id2, "1 9", "\tx") + record(id2, "1 0", "\tx"), "ffffff", "a<&b\n\n",
-       element("1a2b3c", "2", id2, "35", "\n") + element("1a2b3c", "1", id2, "35", "a<&b") +
-       element("1a2b3c", "9", id2, "35", "\n") + element("1a2b3c", "0", id2, "35", "\n")},
-      {"1000 pieces", record(id2, "1 1", "\tx"), "ffffff", nines, element("1a2b3c", "1", id2, "45", "l")},
-      {"999 pieces", record(id2, "1 1", "\tx"), "ffffff", nines.substr(0, nines.size() - 1),
-       element("1a2b3c", "1", id2, "35", "l")},
-      {"octal line number, short id", record("ab", "1 010", "\tx"), "ffffff", "",
-       element("ab", "8", "ab", "35", "\tx")},
-      {"empty author dropped", record(id2, "1 1", "\ta") + "abc 2 2\nauthor \n" + record(id2, "3 3", "\tc"), "ffffff",
-       "", element("1a2b3c", "1", id2, "35", "\ta") + element("1a2b3c", "3", id2, "35", "\tc")},
+  } const table[] = {
+      {"git's lines, tab kept", record("e0e4f0aaaa", "1 1 2", "\tfirst") + record(id, "2 2", "\t"), "ffffff", "",
+       element("e0e4ff", "1", "e0e4f0aaaa", "\tfirst") + element(id, "2", id, "\t")},
+      {"threshold", record("595959", "1 1", "\ta") + record("5a5a5a", "2 2", "\tb"), "000000", "",
+       element("5959ff", "1", "595959", "\ta") + element("5a5a5a", "2", "5a5a5a", "\tb")},
+      {"changed colour not tested again", record("f0f0f0", "1 1", "\ta") + record("000000", "1 1", "\tb"), "ffffff", "",
+       element("f0f0ff", "1", "f0f0f0", "\ta") + element("000000", "1", "000000", "\tb")},
+      {"content lines, empty and out of range",
+       record(id, "1 2", "\tx") + record(id, "1 1", "\tx") + record(id, "1 9", "\tx") + record(id, "1 0", "\tx"),
+       "ffffff", "a<&b\n\n",
+       element(id, "2", id, "\n") + element(id, "1", id, "a<&b") + element(id, "9", id, "\n") +
+           element(id, "0", id, "\n")},
+      {"1000 pieces", record(id, "1 1", "\tx"), "ffffff", nines, element(id, "1", id, "l", "45")},
+      {"999 pieces", record(id, "1 1", "\tx"), "ffffff", nines.substr(0, nines.size() - 1), element(id, "1", id, "l")},
+      {"octal line number, short id", record("ab", "1 010", "\tx"), "ffffff", "", element("ab", "8", "ab", "\tx")},
+      {"empty author dropped", record(id, "1 1", "\ta") + "abc 2 2\nauthor \n" + record(id, "3 3", "\tc"), "ffffff", "",
+       element(id, "1", id, "\ta") + element(id, "3", id, "\tc")},
       {"nothing", "", "ffffff", "x", ""},
-      {"no final line feed", [&] {
-         const std::string whole = record(id2, "1 1", "\ta");
-         return whole.substr(0, whole.size() - 1);
-       }(), "ffffff", "", ""},
-      // Shapes whose reading is decided by backtracking.
-      {"keywords on one line, header over lines", "abc\n1\n2\n3\nauthor Ann author-mail <a>\nauthor-time 1 author-tz +0\n"
-       "committer C\ncommitter-mail m\ncommitter-time 1\ncommitter-tz +0\nsummary s\nboundary\nprevious abc f\n"
-       "filename f\n\tx\n", "ffffff", "", element("abc", "2", "abc", "35", "\tx")},
-      {"an author name holding author-mail, CR LF", "abc 1 1\r\nauthor author-mail x\r\nauthor-mail <a>\r\nauthor-time 1\r\n"
-       "author-tz +0\r\ncommitter C\r\ncommitter-mail m\r\ncommitter-time 1\r\ncommitter-tz +0\r\nsummary s\r\n"
-       "filename f\r\n\tx\r\n", "ffffff", "", element("abc", "1", "abc", "35", "\tx\r")},
+      {"no final line feed", unfinished, "ffffff", "", ""},
   };
   for (const Row& row : table) {
     EXPECT_EQ(tarnwick::renderCodeView(row.blame, row.base, row.content), row.expected) << row.name;
@@ -87,35 +77,27 @@ TEST(RenderCodeView, MatchesReferenceOnGeneratedText) {
 }
 
 // Real output: boundary and previous lines, several authors, CR LF, a path with a space and
-// non-ASCII characters, with and without content, several base colours.
+// non-ASCII characters, a file of one line; with and without content, several base colours.
 TEST(RenderCodeView, MatchesReferenceOnRealBlame) {
-  struct Repo {
-    std::string path;
-    int lines, commits;
-    bool crlf;
-  };
-  const Repo repos[] = {{"src/plain.txt", 120, 12, false},
-                        {"dir with space/n\xc3\xa4me \xe4\xbb\xb6.txt", 60, 8, true},
-                        {"one.txt", 1, 1, false}};
-  for (const Repo& repo : repos) {
+  for (const auto& [commits, files, lines] : {std::array{12, 3, 120}, std::array{1, 1, 1}}) {
     const std::string folder = reference::makeTempFolder();
-    ASSERT_FALSE(folder.empty());
-    const std::string blame = reference::makeHistoryBlame(folder, repo.path, repo.lines, repo.commits, repo.crlf, 77);
-    reference::removeFolder(folder);
-    ASSERT_NE(blame.find("filename "), std::string::npos) << repo.path;
-    if (repo.commits > 1) {
-      EXPECT_NE(blame.find("\nprevious "), std::string::npos);
-    }
-    EXPECT_NE(blame.find("\nboundary"), std::string::npos);
-    EXPECT_EQ(tarnwick::parseBlame(blame).size(), static_cast<std::size_t>(repo.lines));
-    std::string content;
-    for (int i = 0; i < repo.lines; ++i) content += "shown " + std::to_string(i) + "\n";
-    for (const char* base : {"ffffff", "000000", "3c7ab0"}) {
-      for (const std::string& text : {std::string(), content}) {
-        ASSERT_EQ(tarnwick::renderCodeView(blame, base, text), reference::renderCodeView(blame, base, text))
-            << repo.path << " " << base;
+    for (const std::string& path : reference::makeSampleRepository(folder, 77, commits, files, lines)) {
+      const std::string blame =
+          reference::runShell("git blame --line-porcelain HEAD -- " + reference::shellQuoted(path), folder);
+      EXPECT_NE(blame.find("\nboundary"), std::string::npos) << path;
+      EXPECT_EQ(blame.find("\nprevious ") != std::string::npos, commits > 1) << path;
+      const std::string length =
+          reference::runShell("git show HEAD:" + reference::shellQuoted(path) + " | wc -l", folder);
+      EXPECT_EQ(tarnwick::parseBlame(blame).size(), std::stoul(length)) << path;
+      std::string content;
+      for (int i = 0; i < lines; ++i) content += "shown " + std::to_string(i) + "\n";
+      for (const char* base : {"ffffff", "000000", "3c7ab0"}) {
+        for (const std::string& text : {std::string(), content}) {
+          ASSERT_EQ(tarnwick::renderCodeView(blame, base, text), reference::renderCodeView(blame, base, text)) << path;
+        }
       }
     }
+    reference::removeFolder(folder);
   }
 }
 
@@ -129,8 +111,8 @@ TEST(RenderCodeView, LongLinesOnASmallStack) {
                                "abc 1 1\nauthor " + longLine + "author-mail\n" + longLine + "\n"};
   for (const std::string& text : texts) {
     std::string actual, expected;
-    reference::runOnStackOf(64 * 1024, [&] { actual = tarnwick::renderCodeView(text, "ffffff", ""); });
-    reference::runOnBigStack([&] { expected = reference::renderCodeView(text, "ffffff", ""); });
+    reference::runOnStack([&] { actual = tarnwick::renderCodeView(text, "ffffff", ""); }, 64 * 1024);
+    reference::runOnStack([&] { expected = reference::renderCodeView(text, "ffffff", ""); });
     EXPECT_EQ(actual, expected);
   }
 }

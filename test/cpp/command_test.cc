@@ -1,21 +1,17 @@
-// The command helpers: the shell runner, split, the private temporary file, shell quoting and
-// path operands, each against the real shell and file system.
+// The command helpers against the real shell and file system: the runner, split, the private
+// temporary file, shell quoting, path operands and the git command lines.
 #include <gtest/gtest.h>
-#include <unistd.h>
+#include <sys/resource.h>
 
-#include <cstdlib>
+#include <csignal>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
-#include <vector>
 
-#include "blame_samples.h"
 #include "command/exec.h"
 #include "command/path_operand.h"
 #include "command/shell_quote.h"
 #include "command/split.h"
 #include "command/temporary_file.h"
+#include "git_samples.h"
 #include "hunk/hunk_operation.h"
 #include "mergetool/code_view.h"
 #include "mergetool/commit_list.h"
@@ -26,98 +22,65 @@ namespace fs = std::filesystem;
 
 // A new empty folder, removed with everything in it at the end of the test.
 struct TempFolder {
-  const std::string path_ = fs::canonical(reference::makeTempFolder()).string();
-  ~TempFolder() { reference::removeFolder(path_); }
-  const std::string& path() const { return path_; }
+  const std::string path = fs::canonical(reference::makeTempFolder()).string();
+  ~TempFolder() { reference::removeFolder(path); }
 };
-
-std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
 
 std::string run(const std::string& command, const std::string& folder = ".") {
   return tarnwick::exec(command, folder).output;
 }
 
-// Returns the output of printf printing `text` through the shell, quoted.
-std::string echoed(const std::string& text) { return run("printf %s " + tarnwick::quoteForShell(text)); }
-
-TEST(Exec, ReassemblesLongAndUnfinishedLines) {
-  for (std::size_t length : {0u, 1u, 127u, 128u, 60000u}) {
+TEST(Exec, ReturnsOutputExitStatusAndErrorsWhenAsked) {
+  for (std::size_t length : {0u, 1u, 127u, 128u, 60000u}) {  // lines across the 127-byte reads, one unfinished
     const std::string line(length, 'x');
-    EXPECT_EQ(echoed(line + "\n" + line), line + "\n" + line) << "length " << length;
+    EXPECT_EQ(run("printf %s " + tarnwick::quoteForShell(line + "\n" + line)), line + "\n" + line) << length;
   }
   EXPECT_EQ(run("printf 'a\\r\\nb\\n\\n'"), "a\r\nb\n\n");
-}
-
-TEST(Exec, ReportsExitStatusAndKeepsStandardErrorApartUnlessAsked) {
   const char* const command = "echo out; echo to-error >&2; echo more; exit 3";
-  const tarnwick::CommandResult plain = tarnwick::exec(command, ".");
-  EXPECT_EQ(plain.output, "out\nmore\n");
-  EXPECT_EQ(plain.errors, "");
-  EXPECT_EQ(plain.exitStatus, 3);
-  const tarnwick::CommandResult both = tarnwick::exec(command, ".", true);
-  EXPECT_EQ(both.output, "out\nmore\n");
-  EXPECT_EQ(both.errors, "to-error\n");
+  const tarnwick::CommandResult plain = tarnwick::exec(command, "."), both = tarnwick::exec(command, ".", true);
+  EXPECT_EQ(plain.output + "|" + plain.errors + "|" + std::to_string(plain.exitStatus), "out\nmore\n||3");
+  EXPECT_EQ(both.output + "|" + both.errors + "|" + std::to_string(both.exitStatus), "out\nmore\n|to-error\n|3");
   EXPECT_EQ(tarnwick::exec("kill -9 $$", ".").exitStatus, -1);
   EXPECT_EQ(tarnwick::exec("tarnwick-no-such-command", ".").exitStatus, 127);
-  // Standard input is empty: a command reading it ends at once.
-  EXPECT_EQ(tarnwick::exec("cat; echo done", ".").output, "done\n");
-}
-
-// Both pipes are read together: a command filling standard error first does not stall.
-TEST(Exec, ReadsBothStreamsWithoutStalling) {
-  const tarnwick::CommandResult result =
+  EXPECT_EQ(run("cat; echo done"), "done\n");  // standard input is empty
+  // Both pipes are read together: a command filling standard error first does not stall.
+  const tarnwick::CommandResult full =
       tarnwick::exec("head -c 1000000 /dev/zero | tr '\\0' e >&2; echo out", ".", true);
-  EXPECT_EQ(result.errors, std::string(1000000, 'e'));
-  EXPECT_EQ(result.output, "out\n");
+  EXPECT_EQ(full.errors, std::string(1000000, 'e'));
+  EXPECT_EQ(full.output, "out\n");
 }
 
 // The child enters the folder; this process stays where it was, and a relative folder is read
-// from it.
+// from it. Nothing runs for a folder that cannot be entered, a zero byte, or a command line over
+// the kernel's per-argument limit.
 TEST(Exec, RunsInTheFolderWithoutMovingTheProcess) {
   TempFolder folder;
   const fs::path start = fs::current_path();
-  EXPECT_EQ(run("pwd -P; cd /", folder.path()), folder.path() + "\n");
+  EXPECT_EQ(run("pwd -P; cd /", folder.path), folder.path + "\n");
   EXPECT_EQ(fs::current_path(), start);
-  fs::create_directory(folder.path() + "/inner");
-  fs::current_path(folder.path());
-  EXPECT_EQ(run("pwd -P", "inner"), folder.path() + "/inner\n");
+  fs::create_directory(folder.path + "/inner");
+  fs::current_path(folder.path);
+  EXPECT_EQ(run("pwd -P", "inner"), folder.path + "/inner\n");
   fs::current_path(start);
-}
-
-// Nothing runs for a folder that cannot be entered, a zero byte, or a command line over the
-// kernel's per-argument limit; no crash either.
-TEST(Exec, RunsNothingWhenItCannotStartSafely) {
-  TempFolder folder;
-  const std::string marker = "touch " + tarnwick::quoteForShell(folder.path() + "/ran");
-  const std::string missing = folder.path() + "/missing";
-  const std::string tooLong = marker + " #" + std::string(200000, 'x');
-  const std::pair<std::string, std::string> cases[] = {
-      {marker, missing},
-      {marker, folder.path() + std::string("\0/elsewhere", 11)},
-      {marker + std::string("\0; echo", 7), folder.path()},
-      {tooLong, folder.path()},
-  };
-  for (const auto& [command, where] : cases) {
+  fs::remove(folder.path + "/inner");
+  const std::string marker = "touch " + tarnwick::quoteForShell(folder.path + "/ran");
+  const std::pair<std::string, std::string> refused[] = {{marker, folder.path + "/missing"},
+                                                         {marker, folder.path + std::string("\0/elsewhere", 11)},
+                                                         {marker + std::string("\0; echo", 7), folder.path},
+                                                         {marker + " #" + std::string(200000, 'x'), folder.path}};
+  for (const auto& [command, where] : refused) {
     const tarnwick::CommandResult result = tarnwick::exec(command, where, true);
-    EXPECT_EQ(result.exitStatus, -1);
-    EXPECT_EQ(result.output + result.errors, "");
+    EXPECT_EQ(std::to_string(result.exitStatus) + result.output + result.errors, "-1");
   }
-  EXPECT_TRUE(fs::is_empty(folder.path()));
+  EXPECT_TRUE(fs::is_empty(folder.path));
 }
 
 TEST(AsReadInPieces, ZeroByteEndsItsPiece) {
   const std::string a(100, 'a'), b(100, 'b');
   const std::pair<std::string, std::string> table[] = {
-      {"plain\ntext", "plain\ntext"},
-      {std::string("ab\0cd\nef", 8), "abef"},
-      {std::string("\0\nx\n", 4), "x\n"},
-      // The first piece ends after 127 bytes: the zero at 100 loses b's up to there.
-      {a + std::string(1, '\0') + b + "\n", a + std::string(74, 'b') + "\n"},
-      {std::string(127, 'c') + std::string("\0d", 2), std::string(127, 'c')},
-  };
+      {"plain\ntext", "plain\ntext"}, {std::string("ab\0cd\nef", 8), "abef"}, {std::string("\0\nx\n", 4), "x\n"},
+      {a + std::string(1, '\0') + b + "\n", a + std::string(74, 'b') + "\n"},  // the first piece ends after 127 bytes
+      {std::string(127, 'c') + std::string("\0d", 2), std::string(127, 'c')}};
   for (const auto& [raw, kept] : table) EXPECT_EQ(tarnwick::asReadInPieces(raw), kept);
   EXPECT_EQ(run("printf 'ab\\000cd\\nef'"), "abef");
 }
@@ -126,16 +89,23 @@ TEST(TemporaryFile, IsPrivateNewAndRemoved) {
   const std::string bytes("a\0b\r\n\xff", 6);
   std::string path;
   {
-    const tarnwick::TemporaryFile file(bytes);
-    const tarnwick::TemporaryFile other(bytes);
+    const tarnwick::TemporaryFile file(bytes), other(bytes);
     path = file.path();
-    ASSERT_FALSE(path.empty());
-    EXPECT_EQ(path.front(), '/');
+    ASSERT_EQ(path.substr(0, 1), "/");
     EXPECT_NE(other.path(), path);
-    EXPECT_EQ(readFile(path), bytes);
+    EXPECT_EQ(reference::runShell("cat " + path), bytes);
     EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
   }
   EXPECT_FALSE(fs::exists(path));
+  // A text that cannot be written whole (a file size limit stands for a full disk) gives no file.
+  rlimit limit;
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const rlimit small = {4, limit.rlim_max};
+  std::signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &small);
+  const tarnwick::TemporaryFile cut(bytes);
+  setrlimit(RLIMIT_FSIZE, &limit);
+  EXPECT_EQ(cut.path(), "");
 }
 
 TEST(PathOperand, OptionShapedPathsFollowTwoDashes) {
@@ -147,29 +117,26 @@ TEST(PathOperand, OptionShapedPathsFollowTwoDashes) {
 // Each git command line reaches git as exactly the words its argument list holds, which the
 // asynchronous face hands to git without a shell.
 TEST(GitCommands, ShellReadsEachCommandLineIntoItsWords) {
-  auto listed = [](const std::vector<std::string>& words) {
+  const auto listed = [](const std::vector<std::string>& words) {
     std::string out = "[git]";
     for (const std::string& word : words) out += "[" + word + "]";
     return out;
   };
-  auto asRun = [](const std::string& commandLine) {
-    return run("printf '[%s]' " + commandLine);
-  };
+  const auto asRun = [](const std::string& commandLine) { return run("printf '[%s]' " + commandLine); };
   for (const std::string path : {"src/a b.txt", "-n", "--output=x", "$(touch x) \"`'\\", ""}) {
     EXPECT_EQ(asRun(tarnwick::commitLogCommandLine(path)), listed(tarnwick::commitLogArguments(path))) << path;
     EXPECT_EQ(asRun(tarnwick::blameCommandLine(path)), listed(tarnwick::blameArguments(path))) << path;
   }
   EXPECT_EQ(tarnwick::commitLogCommandLine("a"), "git log --follow --pretty=\"%h %H %at %s\" --name-status \"a\"");
   EXPECT_EQ(tarnwick::blameCommandLine("a"), "git blame --line-porcelain HEAD \"a\"");
-  for (const auto action : {tarnwick::HunkAction::Stage, tarnwick::HunkAction::Unstage, tarnwick::HunkAction::Discard}) {
-    EXPECT_EQ(asRun(tarnwick::hunkApplyCommand(action)), listed(tarnwick::hunkApplyArguments(action)));
+  using tarnwick::HunkAction, tarnwick::hunkApplyCommand;
+  for (const HunkAction action : {HunkAction::Stage, HunkAction::Unstage, HunkAction::Discard}) {
+    EXPECT_EQ(asRun(hunkApplyCommand(action)), listed(tarnwick::hunkApplyArguments(action)));
   }
-  EXPECT_EQ(tarnwick::hunkApplyCommand(tarnwick::HunkAction::Stage),
-            "git apply --ignore-space-change --ignore-whitespace --whitespace=fix --cached");
-  EXPECT_EQ(tarnwick::hunkApplyCommand(tarnwick::HunkAction::Unstage),
-            "git apply -R --ignore-space-change --ignore-whitespace --whitespace=fix --cached");
-  EXPECT_EQ(tarnwick::hunkApplyCommand(tarnwick::HunkAction::Discard),
-            "git apply -R --ignore-space-change --ignore-whitespace --whitespace=fix");
+  const std::string flags = " --ignore-space-change --ignore-whitespace --whitespace=fix";
+  EXPECT_EQ(hunkApplyCommand(HunkAction::Stage) + "|" + hunkApplyCommand(HunkAction::Unstage) + "|" +
+                hunkApplyCommand(HunkAction::Discard),
+            "git apply" + flags + " --cached|git apply -R" + flags + " --cached|git apply -R" + flags);
 }
 
 TEST(Split, GoldenTable) {
@@ -177,15 +144,11 @@ TEST(Split, GoldenTable) {
     std::string text;
     char delimiter;
     std::vector<std::string> pieces;
-  };
-  const Row table[] = {
-      {"", '\n', {""}},          {"abc", '\n', {"abc"}}, {"a\n\nb", '\n', {"a", "", "b"}}, {"\na", '\n', {"", "a"}},
-      {"a\n", '\n', {"a", ""}}, {"\n", '\n', {"", ""}}, {"a\r\nb\r\n", '\n', {"a\r", "b\r", ""}},
+  } const table[] = {
+      {"", '\n', {""}}, {"abc", '\n', {"abc"}}, {"a\n\nb", '\n', {"a", "", "b"}}, {"\na", '\n', {"", "a"}},
+      {"a\n", '\n', {"a", ""}}, {"\n", '\n', {"", ""}}, {"a\r\nb\r\n", '\n', {"a\r", "b\r", ""}}, {"a,b", ';', {"a,b"}},
       {std::string("a\0b\nc", 5), '\n', {std::string("a\0b", 3), "c"}},
-      {std::string("a\0b\0", 4), '\0', {"a", "b", ""}},
-      {"caf\xc3\xa9\xff;x", '\xff', {"caf\xc3\xa9", ";x"}},
-      {"a,b", ';', {"a,b"}},
-  };
+      {std::string("a\0b\0", 4), '\0', {"a", "b", ""}}, {"caf\xc3\xa9\xff;x", '\xff', {"caf\xc3\xa9", ";x"}}};
   for (const Row& row : table) {
     const std::vector<std::string_view> pieces = tarnwick::split(row.text, row.delimiter);
     EXPECT_EQ(std::vector<std::string>(pieces.begin(), pieces.end()), row.pieces) << row.text;
@@ -195,16 +158,15 @@ TEST(Split, GoldenTable) {
 // Hostile texts reach the command unchanged and nothing in them runs; a text without the four
 // characters the shell reads inside double quotes is only wrapped in them.
 TEST(QuoteForShell, ShellPassesTextUnchanged) {
-  const std::string folder = reference::makeTempFolder();
+  TempFolder folder;
   EXPECT_EQ(tarnwick::quoteForShell("/Users/me/my repo's !*?~;&|<>(){}#%"), "\"/Users/me/my repo's !*?~;&|<>(){}#%\"");
   EXPECT_EQ(tarnwick::quoteForShell("a\"$`\\b"), "\"a\\\"\\$\\`\\\\b\"");
-  for (const std::string text : {"\"; touch x; \"", "$(touch x)", "`touch x`", "${IFS}touch x", "\\\"; touch x; \\\"", "a\\",
-                                 "\\\\$", "'; touch x; '", "line one\nline two\n\n", "-n", "%s %d \\n", "  \t ", "*", "~", "!!",
-                                 "caf\xc3\xa9 \xff\xfe", ""}) {
-    EXPECT_EQ(run("printf %s " + tarnwick::quoteForShell(text), folder), text) << text;
+  for (const std::string text : {"\"; touch x; \"", "$(touch x)", "`touch x`", "${IFS}touch x", "\\\"; touch x; \\\"",
+                                 "a\\", "\\\\$", "'; touch x; '", "line one\nline two\n\n", "-n", "%s %d \\n", "  \t ",
+                                 "*", "~", "!!", "caf\xc3\xa9 \xff\xfe", ""}) {
+    EXPECT_EQ(run("printf %s " + tarnwick::quoteForShell(text), folder.path), text) << text;
   }
-  EXPECT_TRUE(fs::is_empty(folder));
-  reference::removeFolder(folder);
+  EXPECT_TRUE(fs::is_empty(folder.path));
 }
 
 }  // namespace

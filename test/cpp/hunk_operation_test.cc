@@ -4,13 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 
-#include "blame_samples.h"
 #include "command/shell_quote.h"
+#include "git_samples.h"
 
 namespace {
 
@@ -22,16 +23,9 @@ std::string standIn(const std::string& out, const std::string& errors, int statu
 
 TEST(ExecuteHunkOperation, AnswersFromStatusOutputAndErrors) {
   const std::pair<std::string, bool> texts[] = {
-      {"", true},
-      {"error", false},
-      {"error\n", true},
-      {" error", true},
-      {"error: patch failed: file.txt:3\n", false},
-      {"Checking patch file.txt...\nerror: while searching for:\n", false},
-      {"Error: something\n", true},
-      {"errors: none\n", true},
-      {"error:no space\n", true},
-  };
+      {"", true}, {"error", false}, {"error\n", true}, {" error", true}, {"error: patch failed: file.txt:3\n", false},
+      {"Checking patch file.txt...\nerror: while searching for:\n", false}, {"Error: something\n", true},
+      {"errors: none\n", true}, {"error:no space\n", true}};
   for (const auto& [text, clean] : texts) {
     EXPECT_EQ(tarnwick::showsGitError(text), !clean) << text;
     EXPECT_EQ(tarnwick::_executeHunkOperation(standIn(text, "", 0), "patch", "."), clean) << text;
@@ -47,9 +41,9 @@ TEST(ExecuteHunkOperation, AnswersFromStatusOutputAndErrors) {
 TEST(ExecuteHunkOperation, GivesGitAPrivateCopyOfThePatch) {
   const std::string folder = reference::makeTempFolder();
   const std::string patch("body \xc3\xa9\r\nwith \"quotes\" and $(x)\n\0after zero\n", 40);
-  EXPECT_TRUE(tarnwick::_executeHunkOperation("f() { cp \"$1\" seen; stat -c %a \"$1\" > mode; echo \"$1\" > name; }; f",
-                                              patch, folder));
-  auto read = [&](const std::string& name) {
+  const std::string copyIt = "f() { cp \"$1\" seen; stat -c %a \"$1\" > mode; echo \"$1\" > name; }; f";
+  EXPECT_TRUE(tarnwick::_executeHunkOperation(copyIt, patch, folder));
+  const auto read = [&](const std::string& name) {
     std::ifstream in(folder + "/" + name, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   };
@@ -60,6 +54,12 @@ TEST(ExecuteHunkOperation, GivesGitAPrivateCopyOfThePatch) {
   EXPECT_EQ(name.filename().string().rfind("tarnwick-hunk-", 0), 0u) << name;
   EXPECT_FALSE(std::filesystem::exists(name));
   EXPECT_FALSE(tarnwick::_executeHunkOperation("touch ran; :", patch, folder + "/missing"));
+  // Nor does a patch that cannot be written: the temporary folder is missing.
+  const bool hadFolder = std::getenv("TMPDIR") != nullptr;
+  const std::string temporary = hadFolder ? std::getenv("TMPDIR") : "";
+  setenv("TMPDIR", (folder + "/missing").c_str(), 1);
+  EXPECT_FALSE(tarnwick::_executeHunkOperation("touch ran; :", patch, folder));
+  hadFolder ? setenv("TMPDIR", temporary.c_str(), 1) : unsetenv("TMPDIR");
   EXPECT_FALSE(std::filesystem::exists(folder + "/ran"));
   reference::removeFolder(folder);
 }

@@ -21,25 +21,24 @@ const std::regex& blamePattern() {
   return pattern;
 }
 
-tarnwick::TextSpan span(const std::smatch& match, int group) {
-  const auto begin = static_cast<std::size_t>(match.position(group));
-  return {begin, begin + static_cast<std::size_t>(match.length(group))};
-}
-
 }  // namespace
 
 std::vector<tarnwick::BlameRecord> parseBlame(const std::string& blame) {
   std::vector<tarnwick::BlameRecord> records;
   for (std::sregex_iterator it(blame.begin(), blame.end(), blamePattern()), end; it != end; ++it) {
     const std::smatch& match = *it;
+    const auto span = [&](int group) {
+      const auto begin = static_cast<std::size_t>(match.position(group));
+      return tarnwick::TextSpan{begin, begin + static_cast<std::size_t>(match.length(group))};
+    };
     tarnwick::BlameRecord record;
-    record.begin = static_cast<std::size_t>(match.position(0));
-    record.end = record.begin + static_cast<std::size_t>(match.length(0));
-    record.commitId = span(match, 1);
-    record.finalLine = span(match, 3);
-    record.author = span(match, 5);
-    record.authorTime = span(match, 7);
-    record.line = span(match, 18);
+    record.begin = span(0).begin;
+    record.end = span(0).end;
+    record.commitId = span(1);
+    record.finalLine = span(3);
+    record.author = span(5);
+    record.authorTime = span(7);
+    record.line = span(18);
     records.push_back(record);
   }
   return records;
@@ -49,13 +48,10 @@ float getHexColorDelta(std::string first, std::string second) {
   unsigned int r1 = 0, g1 = 0, b1 = 0, r2 = 0, g2 = 0, b2 = 0;
   std::sscanf(first.c_str(), "%02x%02x%02x", &r1, &g1, &b1);
   std::sscanf(second.c_str(), "%02x%02x%02x", &r2, &g2, &b2);
-  const int dr = std::abs(static_cast<int>(r1) - static_cast<int>(r2));
-  const int dg = std::abs(static_cast<int>(g1) - static_cast<int>(g2));
-  const int db = std::abs(static_cast<int>(b1) - static_cast<int>(b2));
-  const float red = static_cast<float>(255 - dr) / 255.0f;
-  const float green = static_cast<float>(255 - dg) / 255.0f;
-  const float blue = static_cast<float>(255 - db) / 255.0f;
-  return (red + green + blue) / 3.0f;
+  const auto similarity = [](unsigned int a, unsigned int b) {
+    return static_cast<float>(255 - std::abs(static_cast<int>(a) - static_cast<int>(b))) / 255.0f;
+  };
+  return (similarity(r1, r2) + similarity(g1, g2) + similarity(b1, b2)) / 3.0f;
 }
 
 std::string renderCodeView(const std::string& blame, const std::string& baseColor, const std::string& contentText) {

@@ -9,7 +9,7 @@
 namespace reference {
 
 // Returns the matches of the blame record pattern, visited with std::sregex_iterator. Recurses
-// per character of a line: run it on a big stack (run_on_big_stack.h) for long lines.
+// per character of a line: run it on a big stack (runOnStack) for long lines.
 std::vector<tarnwick::BlameRecord> parseBlame(const std::string& blame);
 
 // Returns the colour similarity with sscanf "%02x%02x%02x" on each text (unread channels 0).

@@ -7,7 +7,7 @@ namespace reference {
 
 // Returns the diff chunk colouring as six std::regex_replace passes, the formulation that
 // production output must equal byte for byte. Its recursion grows with the line length: run long
-// texts through runOnLargeStack.
+// texts through runOnStack.
 std::string colorDiffChunk(std::string text, bool showColorPreviews, bool markAddedRemoved);
 
 // Returns the whole-diff colouring: the same swatch limit and chunking around colorDiffChunk above.
