@@ -64,13 +64,13 @@ TEST(RenderCodeView, GoldenTable) {
 }
 
 TEST(RenderCodeView, MatchesReferenceOnGeneratedText) {
-  const char* const bases[] = {"ffffff", "000000", "808080", "abc", " +f-0x1", ""};
+  const char* const bases[] = {"ffffff", "000000", "808080", "abc", " +f-0x1", "", "C0FFEE", "9:G0gA"};
   const char* const contents[] = {"", "one\ntwo\n\nfour", "\n", "x"};
   for (std::uint32_t seed = 1; seed <= 12000; ++seed) {
     const std::string text = reference::makeAdversarialBlame(seed);
     ASSERT_TRUE(tarnwick::parseBlame(text) == reference::parseBlame(text)) << "seed " << seed << "\n" << text;
     if (seed % 3 != 0) continue;
-    const std::string base = bases[seed % 6], content = contents[(seed / 6) % 4];
+    const std::string base = bases[seed % 8], content = contents[(seed / 8) % 4];
     ASSERT_EQ(tarnwick::renderCodeView(text, base, content), reference::renderCodeView(text, base, content))
         << "seed " << seed;
   }

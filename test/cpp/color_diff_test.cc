@@ -62,7 +62,8 @@ TEST(ColorDiffChunk, GoldenTable) {
       {"#1234567890", swatch("#12345678") + "90"}, {"rgb(1,2,3)", swatch("rgb(1,2,3)")},
       {"rgba(1, 2, 3, 0.5)", swatch("rgba(1, 2, 3, 0.5)")}, {"rgba(0,0,0,.5)", swatch("rgba(0,0,0,.5)")},
       {"rgb(1,2,3,)", swatch("rgb(1,2,3,)")}, {"rgbaaa \n\t(1 ,2, 3 , 4.5 )", swatch("rgbaaa \n\t(1 ,2, 3 , 4.5 )")},
-      {"rgb( 1,2,3)", "rgb( 1,2,3)"}, {"RGB(1,2,3)", "RGB(1,2,3)"},
+      {"rgb( 1,2,3)", "rgb( 1,2,3)"}, {"RGB(1,2,3)", "RGB(1,2,3)"}, {"sgb(1,2,3)", "sgb(1,2,3)"},
+      {"rgb[1,2,3)", "rgb[1,2,3)"},
       {"@@ -1 +1 @@ a { color: #aabbcc; }", kBreak + "@@ -1 +1 @@ a { color: " + swatch("#aabbcc") + "; }" + kTools}});
   expectGolden(true, true, {{"+\xc3\xa9 #c0ffee", kAdded + "\xc3\xa9 " + swatch("#c0ffee") + "</div>"}});
 }
@@ -185,7 +186,9 @@ TEST(ColorDiff, MatchesReferenceAtEveryCut) {
            std::string(9999, 'q') + "\n" + std::string(10000, 'q'),
            "+" + std::string(9998, 'x') + "\xc3\xa9 x\n-\xc3\xbf",
            std::string(9999, 'y') + "\xc3\xa9\n+\xc3\xa9 \xc3\xbf",
-           std::string(9998, 'y') + "\xe2\x82\xac" + std::string(9997, 'y') + "\xf0\x9f\x98\x80"}) {
+           std::string(9998, 'y') + "\xe2\x82\xac" + std::string(9997, 'y') + "\xf0\x9f\x98\x80",
+           // A note whose line starts a 64-byte word and whose backslash ends it.
+           std::string(63, 'a') + "\n" + std::string(63, 'b') + kNote + "\n"}) {
     expectSameForEveryFlag(text, "long line");
   }
 }

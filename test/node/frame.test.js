@@ -51,7 +51,8 @@ test('cd needs three arguments, reads its flags by truthiness and its text by st
   const marked = `${added}a <span class='color-preview' style='background-color: #aabbcc'></span>#aabbcc</div>`;
   for (const truthy of [true, 1, 'x', {}, [], -1]) assert.strictEqual(utils.cd('+a #aabbcc', truthy, truthy), marked);
   for (const falsy of [false, 0, '', null, undefined, NaN]) assert.strictEqual(utils.cd('+a #aabbcc', falsy, falsy), '+a #aabbcc');
-  assert.deepStrictEqual([utils.cd(12, 0, 0), utils.cd(undefined, 0, 0), utils.cd('+a\0b', 0, 1)], ['12', 'undefined', `${added}a`]);
+  assert.deepStrictEqual([utils.cd(12, 0, 0), utils.cd(undefined, 0, 0), utils.cd('+a\0b', 0, 1), utils.cd('+a', 0, 0, 1)],
+    ['12', 'undefined', `${added}a`, '+a']);
 });
 
 test('gafh returns the same form whatever it is given', () => {
