@@ -187,7 +187,6 @@ BitmapFunction implementation(ScanLevel level) {
 }
 
 // Chosen on first use rather than at load time, so that nothing runs before the module is called.
-std::atomic<ScanLevel> chosenLevel{ScanLevel::kScalar};
 std::atomic<BitmapFunction> chosen{nullptr};
 
 BitmapFunction chosenFunction() {
@@ -206,15 +205,9 @@ void byteBitmaps(const char* data, std::size_t size, const ByteSet* sets, std::s
   chosenFunction()(data, size, sets, count, bits);
 }
 
-ScanLevel scanLevel() {
-  chosenFunction();
-  return chosenLevel.load();
-}
-
 bool forceScanLevel(ScanLevel level) {
   const BitmapFunction function = implementation(level);
   if (function == nullptr) return false;
-  chosenLevel.store(level);
   chosen.store(function);
   return true;
 }

@@ -31,11 +31,9 @@ inline void byteBitmap(const char* data, std::size_t size, ByteSet set, std::uin
   byteBitmaps(data, size, &set, 1, &bits);
 }
 
-// Returns the level byteBitmaps uses: the best this processor offers, unless forced below.
-ScanLevel scanLevel();
-
-// Makes byteBitmaps use `level` from now on, so that tests can run every implementation this
-// processor can run on the same inputs. Returns false, changing nothing, when it cannot run here.
+// Makes byteBitmaps use `level` from now on instead of the best this processor offers, so that
+// tests can run every implementation this processor can run on the same inputs. Returns false,
+// changing nothing, when it cannot run here.
 bool forceScanLevel(ScanLevel level);
 
 }  // namespace tarnwick
