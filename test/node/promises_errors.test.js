@@ -69,7 +69,9 @@ test('abort and timeout end git and its children, which are gone when the promis
       + `echo $$ $! > '${pidFile}.new'\nmv '${pidFile}.new' '${pidFile}'\nwait\n`, { mode: 0o755 });
     await withPath(bin, async () => {
       const call = promises.mtgch('a.txt', repo, 'fff', null, abortDuring ? { signal: options.signal } : options);
-      while (abortDuring && !fs.existsSync(pidFile)) await new Promise((resolve) => setTimeout(resolve, 10));
+      let settled = false; // a call that never starts git must fail the test, not hang it
+      call.then(() => {}, () => {}).then(() => { settled = true; });
+      while (abortDuring && !settled && !fs.existsSync(pidFile)) await new Promise((resolve) => setTimeout(resolve, 10));
       if (abortDuring) options.abort();
       await assert.rejects(call, { code }, what);
     });
