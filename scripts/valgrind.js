@@ -1,8 +1,8 @@
 'use strict';
-// Runs test/valgrind/sample.js, which calls every method of the synchronous add-on and of the
-// promise face, in Node under valgrind's memcheck. Fails when valgrind
-// reports an error with a frame in utils.node or utils_promises.node, or when a sample itself
-// fails. Errors only inside Node or its libraries are listed but do not fail the run: they
+// Runs the Node tests of the module frame and of the promise face, which between them call every
+// method of both faces (a worker thread and real git included), in Node under valgrind's
+// memcheck. Fails when valgrind reports an error with a frame in utils.node or
+// utils_promises.node, or when a test itself fails. Errors only inside Node or its libraries are listed but do not fail the run: they
 // are not ours to fix. Leaks are not checked (Node frees little at exit).
 const fs = require('fs');
 const os = require('os');
@@ -12,7 +12,7 @@ const { spawnSync } = require('child_process');
 const root = path.join(__dirname, '..');
 const addon = path.join(root, 'build', 'Release', 'utils.node');
 const ourModules = ['utils.node', 'utils_promises.node'];
-const samples = ['sample.js'];
+const samples = ['frame.test.js', 'promises.test.js'];
 
 function fail(message) {
   process.stderr.write(`utils valgrind: ${message}\n`);
@@ -32,7 +32,7 @@ function check(sample) {
     '--xml=yes',
     `--xml-file=${xmlFile}`,
     process.execPath,
-    path.join(root, 'test', 'valgrind', sample),
+    path.join(root, 'test', 'node', sample),
   ], { cwd: root, stdio: 'inherit', env: { ...process.env, TZ: 'UTC' } });
   if (run.error) fail(`cannot run valgrind: ${run.error.message}`);
 
@@ -61,7 +61,7 @@ function check(sample) {
     for (const frame of error.frames.slice(0, error.ours ? 16 : 4)) process.stdout.write(`    ${frame.text}\n`);
   }
   process.stdout.write(`utils valgrind: ${errors.length} error(s) reported, ${ours.length} in ${ourModules.join(' or ')}\n`);
-  // Valgrind passes on the sample's own exit status.
+  // Valgrind passes on the tests' own exit status.
   if (run.status !== 0 && ours.length === 0) fail(`${sample} exited with status ${run.status}`);
   return ours.length;
 }

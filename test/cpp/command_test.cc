@@ -51,8 +51,8 @@ TEST(Exec, ReturnsOutputExitStatusAndErrorsWhenAsked) {
 }
 
 // The child enters the folder; this process stays where it was, and a relative folder is read
-// from it. Nothing runs for a folder that cannot be entered, a zero byte, or a command line over
-// the kernel's per-argument limit.
+// from it. Nothing runs for a folder that cannot be entered or is named "", a zero byte, or a
+// command line over the kernel's per-argument limit.
 TEST(Exec, RunsInTheFolderWithoutMovingTheProcess) {
   TempFolder folder;
   const fs::path start = fs::current_path();
@@ -64,7 +64,7 @@ TEST(Exec, RunsInTheFolderWithoutMovingTheProcess) {
   fs::current_path(start);
   fs::remove(folder.path + "/inner");
   const std::string marker = "touch " + tarnwick::quoteForShell(folder.path + "/ran");
-  const std::pair<std::string, std::string> refused[] = {{marker, folder.path + "/missing"},
+  const std::pair<std::string, std::string> refused[] = {{marker, folder.path + "/missing"}, {marker, ""},
                                                          {marker, folder.path + std::string("\0/elsewhere", 11)},
                                                          {marker + std::string("\0; echo", 7), folder.path},
                                                          {marker + " #" + std::string(200000, 'x'), folder.path}};
@@ -127,8 +127,8 @@ TEST(GitCommands, ShellReadsEachCommandLineIntoItsWords) {
     EXPECT_EQ(asRun(tarnwick::commitLogCommandLine(path)), listed(tarnwick::commitLogArguments(path))) << path;
     EXPECT_EQ(asRun(tarnwick::blameCommandLine(path)), listed(tarnwick::blameArguments(path))) << path;
   }
-  EXPECT_EQ(tarnwick::commitLogCommandLine("a"), "git log --follow --pretty=\"%h %H %at %s\" --name-status \"a\"");
-  EXPECT_EQ(tarnwick::blameCommandLine("a"), "git blame --line-porcelain HEAD \"a\"");
+  EXPECT_EQ(tarnwick::commitLogCommandLine("-n"), "git log --follow --pretty=\"%h %H %at %s\" --name-status -- \"-n\"");
+  EXPECT_EQ(tarnwick::blameCommandLine("-n"), "git blame --line-porcelain HEAD -- \"-n\"");
   using tarnwick::HunkAction, tarnwick::hunkApplyCommand;
   for (const HunkAction action : {HunkAction::Stage, HunkAction::Unstage, HunkAction::Discard}) {
     EXPECT_EQ(asRun(hunkApplyCommand(action)), listed(tarnwick::hunkApplyArguments(action)));

@@ -1,8 +1,8 @@
 'use strict';
-// Hostile input end to end, through the add-on and real git: a huge diff, bytes that are not
-// UTF-8, paths full of shell syntax, folders that are missing, deleted or no repository, and
-// repositories built by an attacker for a victim to open. Whatever comes in, the process
-// survives, writes nothing it was not asked to, and answers as documented.
+// Hostile input end to end, where only the add-on and real git together can show it: bytes that
+// are not UTF-8, a deleted current folder, and repositories built by an attacker for a victim to
+// open. Whatever comes in, the process survives, writes nothing it was not asked to, and answers
+// as documented. Shell syntax and option-shaped paths are the C++ suite's to show.
 const test = require('node:test');
 const assert = require('node:assert');
 const fs = require('fs');
@@ -14,26 +14,18 @@ const { tempDir, git, makeRepo, commit } = require('./support/repo');
 
 const HUNK_METHODS = ['grsh', 'gruh', 'grdh'];
 
-// Returns a repository (in a folder of `name`) holding f.txt, changed in the work tree, the patch
-// of that change, and a victim file beside the repository that nothing may touch.
-function changedRepo(name = 'repo') {
-  const repo = makeRepo(name);
+// Returns a repository holding f.txt, changed in the work tree, the patch of that change, and a
+// victim file beside the repository that nothing may touch.
+function changedRepo() {
+  const repo = makeRepo('repo');
   const id = commit(repo, { 'f.txt': 'one\n' }, 'First');
   fs.writeFileSync(path.join(repo, 'f.txt'), 'two\n');
   const victim = path.join(path.dirname(repo), 'victim.txt');
   fs.writeFileSync(victim, 'precious\n');
-  return { repo, id, short: id.slice(0, 7), patch: git(repo, ['diff']), victim };
+  return { repo, short: id.slice(0, 7), patch: git(repo, ['diff']), victim };
 }
 
 const untouched = (victim) => assert.strictEqual(fs.readFileSync(victim, 'utf8'), 'precious\n');
-
-test('a 50 MB diff is coloured whole, chunk by chunk, without swatches', () => {
-  const block = ['@@ -1,6 +1,6 @@ section #aabbcc', ' context rgb(1, 2, 3)', '-removed #123456', '+added <b>&amp;</b>',
-    ...Array.from({ length: 12 }, (_, i) => `${'+- '[i % 3]}line ${i} ${'x'.repeat(40 + i)}`), '\\ No newline at end of file', ''].join('\n');
-  const copies = Math.ceil((50 * 1024 * 1024) / block.length);
-  // Every cut falls at a line feed, so each block comes out as it does alone (swatches aside).
-  assert.ok(utils.cd(block.repeat(copies), true, true) === utils.cd(block, false, true).repeat(copies));
-});
 
 test('bytes from git that are not UTF-8 reach the script as Buffer#toString gives them', () => {
   // Latin-1, a cut three-byte sequence, 0xff, a bad continuation, a cut four-byte sequence, a surrogate.
@@ -53,28 +45,9 @@ test('bytes from git that are not UTF-8 reach the script as Buffer#toString give
   assert.ok(utils.mtgch('text.txt', repo, 'ffffff', null).includes(decoded("<span class='line-contents'>\t", bad, '</span></div>')));
 });
 
-test('paths full of shell syntax reach git unchanged and run nothing', () => {
-  const shell = ' !"#$&\'()*;<=>?[\\]^`{|}~\t%';
-  const { repo, patch } = changedRepo(`repo ${shell} $(touch pwned0)`);
-  const names = [`all ${shell}\n.txt`, ...['$(touch pwned1)', '`touch pwned2`', '"; touch pwned3; "', "'; touch pwned4; '", '$HOME', '\\"', '\\']
-    .map((text, i) => `f${i} ${text}.txt`)];
-  const short = commit(repo, Object.fromEntries(names.map((name, i) => [name, `line ${i}\n`])), 'Names', 1600000000).slice(0, 7);
-  for (const [i, name] of names.entries()) {
-    assert.ok(utils.mtgch(name, repo, 'ffffff', null).includes(`<span class='line-contents'>\tline ${i}</span>`), name);
-    assert.ok(utils.mtgcld(name, repo, short).includes(`value='${short}'  selected >`), name);
-  }
-  assert.deepStrictEqual(HUNK_METHODS.map((method) => utils[method](patch, repo)), [true, true, true]);
-  for (const folder of [repo, path.dirname(repo), process.cwd()]) {
-    assert.deepStrictEqual(fs.readdirSync(folder).filter((name) => name.startsWith('pwned')), [], folder);
-  }
-});
-
-test('a folder missing, deleted as the current one, or no repository: empty answers, nothing moved', () => {
+// The host's current folder deleted under it: git still runs in the repository given.
+test('a deleted current folder neither stops the calls nor moves the process', () => {
   const { repo, short, patch } = changedRepo();
-  for (const folder of [path.join(repo, 'missing'), tempDir(), 'undefined', '']) {
-    assert.deepStrictEqual([utils.mtgcld('f.txt', folder, ''), utils.mtgch('f.txt', folder, 'ffffff', null),
-      ...HUNK_METHODS.map((method) => utils[method](patch, folder))], ['', '', false, false, false], folder);
-  }
   const saved = process.cwd();
   const doomed = tempDir();
   process.chdir(doomed);
@@ -134,33 +107,12 @@ test('a shell that cannot start leaves the process standing', () => {
   }, repo, patch), ['', '', false]);
 });
 
-test('file names shaped like options reach git as paths', () => {
-  const { repo, victim } = changedRepo();
-  fs.symlinkSync(victim, path.join(repo, 'x'));
-  const id = commit(repo, { '--output=x': 'line\n', x: null }, 'Option-shaped');
-  assert.ok(utils.mtgcld('--output=x', repo, id.slice(0, 7)).includes(' selected >'));
-  assert.ok(utils.mtgch('--output=x', repo, 'ffffff', null).includes(`data-commitid='${id}'`));
-  untouched(victim);
-});
-
 test('a zero character in a path runs nothing', () => {
   const { repo, patch, victim } = changedRepo();
   for (const method of HUNK_METHODS) assert.strictEqual(utils[method](patch, `${victim}\0/${repo}`), false);
   untouched(victim);
   assert.deepStrictEqual([utils.mtgcld('f.txt\0x', repo, ''), utils.mtgch('f.txt\0x', repo, 'ffffff', null),
     utils.mtgch('f.txt', `${repo}\0x`, 'ffffff', null)], ['', '', '']);
-});
-
-test('a relative repository folder gets the patch it was given', () => {
-  const { repo, patch } = changedRepo();
-  const saved = process.cwd();
-  process.chdir(path.dirname(repo));
-  try {
-    assert.strictEqual(utils.grsh(patch, 'repo'), true);
-  } finally {
-    process.chdir(saved);
-  }
-  assert.strictEqual(git(repo, ['diff', '--cached']), patch);
 });
 
 test('git runs never move the process: a worker\'s relative writes stay where it writes them', async () => {
@@ -194,9 +146,4 @@ test('git refusing a hunk answers false', () => {
   fs.writeFileSync(path.join(repo, 'f.txt'), 'one\n');
   assert.strictEqual(utils.grdh(patch, repo), false, 'discarding a stale hunk');
   assert.strictEqual(git(repo, ['diff', '--cached']), patch);
-});
-
-test('conflict text cannot open a tag', () => {
-  assert.strictEqual(utils.smc('<<<<<<<img src=x onerror=alert(1)>\n>>>>>>> theirs'),
-    '&lt;&lt;&lt;&lt;&lt;&lt;&lt;img src=x onerror=alert(1)&gt;\n>>>>>>> theirs');
 });
