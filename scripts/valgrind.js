@@ -2,8 +2,9 @@
 // Runs the Node tests of the module frame and of the promise face, which between them call every
 // method of both faces (a worker thread and real git included), in Node under valgrind's
 // memcheck. Fails when valgrind reports an error with a frame in utils.node or
-// utils_promises.node, or when a test itself fails. Errors only inside Node or its libraries are listed but do not fail the run: they
-// are not ours to fix. Leaks are not checked (Node frees little at exit).
+// utils_promises.node, or when a test itself fails. Errors only inside Node or its libraries are
+// listed but do not fail the run: they are not ours to fix. Leaks are not checked (Node frees
+// little at exit).
 const fs = require('fs');
 const os = require('os');
 const path = require('path');
@@ -12,7 +13,7 @@ const { spawnSync } = require('child_process');
 const root = path.join(__dirname, '..');
 const addon = path.join(root, 'build', 'Release', 'utils.node');
 const ourModules = ['utils.node', 'utils_promises.node'];
-const samples = ['frame.test.js', 'promises.test.js'];
+const testFiles = ['frame.test.js', 'promises.test.js'];
 
 function fail(message) {
   process.stderr.write(`utils valgrind: ${message}\n`);
@@ -22,9 +23,9 @@ function fail(message) {
 if (spawnSync('valgrind', ['--version'], { stdio: 'ignore' }).status !== 0) fail('valgrind not found');
 if (!fs.existsSync(addon)) fail('the add-on is not built; run npm install first');
 
-// Runs one sample under memcheck; returns the number of errors with a frame in our modules.
-function check(sample) {
-  process.stdout.write(`utils valgrind: ${sample}\n`);
+// Runs one test file under memcheck; returns the number of errors with a frame in our modules.
+function check(file) {
+  process.stdout.write(`utils valgrind: ${file}\n`);
   const xmlFile = path.join(fs.mkdtempSync(path.join(os.tmpdir(), 'utils-valgrind-xml-')), 'report.xml');
   const run = spawnSync('valgrind', [
     '--tool=memcheck',
@@ -32,7 +33,7 @@ function check(sample) {
     '--xml=yes',
     `--xml-file=${xmlFile}`,
     process.execPath,
-    path.join(root, 'test', 'node', sample),
+    path.join(root, 'test', 'node', file),
   ], { cwd: root, stdio: 'inherit', env: { ...process.env, TZ: 'UTC' } });
   if (run.error) fail(`cannot run valgrind: ${run.error.message}`);
 
@@ -62,10 +63,10 @@ function check(sample) {
   }
   process.stdout.write(`utils valgrind: ${errors.length} error(s) reported, ${ours.length} in ${ourModules.join(' or ')}\n`);
   // Valgrind passes on the tests' own exit status.
-  if (run.status !== 0 && ours.length === 0) fail(`${sample} exited with status ${run.status}`);
+  if (run.status !== 0 && ours.length === 0) fail(`${file} exited with status ${run.status}`);
   return ours.length;
 }
 
 let found = 0;
-for (const sample of samples) found += check(sample);
+for (const file of testFiles) found += check(file);
 if (found > 0) process.exit(1);
