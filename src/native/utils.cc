@@ -16,6 +16,7 @@
 #include "mergetool/code_view.h"
 #include "mergetool/commit_list.h"
 #include "memory/page_block.h"
+#include "v8_shims.h"
 
 namespace {
 
@@ -41,7 +42,7 @@ void forEachUtf16Slice(v8::Isolate* isolate, v8::Local<v8::String> text, Take ta
   const int length = text->Length();
   for (int start = 0; start < length;) {
     int count = length - start < kSlice ? length - start : kSlice;
-    text->Write(isolate, units, start, count, v8::String::NO_NULL_TERMINATION);
+    tarnwick::v8shims::writeTwoByte(isolate, text, start, count, units);
     if (start + count < length && count > 1 && units[count - 1] >= 0xD800 && units[count - 1] < 0xDC00) --count;
     take(units, static_cast<std::size_t>(count));
     start += count;
@@ -60,7 +61,7 @@ std::string getStringFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
   if (length == 0) return out;
   if (text->IsOneByte()) {
     out.resize(static_cast<std::size_t>(length));
-    text->WriteOneByte(isolate, reinterpret_cast<std::uint8_t*>(&out[0]), 0, length, v8::String::NO_NULL_TERMINATION);
+    tarnwick::v8shims::writeOneByte(isolate, text, 0, length, reinterpret_cast<std::uint8_t*>(&out[0]));
     const std::size_t ascii = tarnwick::asciiPrefixLength(out.data(), out.size());
     if (ascii == out.size()) return out;
     const std::string rest = out.substr(ascii);
@@ -98,7 +99,7 @@ ScriptText getTextFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
     std::uint8_t chars[kSlice];
     for (int start = 0; start < static_cast<int>(length); start += kSlice) {
       const int count = static_cast<int>(length) - start < kSlice ? static_cast<int>(length) - start : kSlice;
-      text->WriteOneByte(isolate, chars, start, count, v8::String::NO_NULL_TERMINATION);
+      tarnwick::v8shims::writeOneByte(isolate, text, start, count, chars);
       out.size += tarnwick::latin1ToUtf8(chars, static_cast<std::size_t>(count), bytes + out.size);
     }
   } else {
@@ -244,7 +245,7 @@ void guarded(Body body) {
 }
 
 bool booleanArgument(const Info& info, int index) {
-  return argument(info, index)->BooleanValue(info.GetIsolate());
+  return tarnwick::v8shims::booleanValue(info.GetIsolate(), argument(info, index));
 }
 
 // The diff view is rendered straight into the characters of the result; only a result with a
@@ -341,7 +342,14 @@ void init(v8::Local<v8::Object> exports) {
   for (const Method& method : kMethods) NODE_SET_METHOD(exports, method.name, method.callback);
 }
 
-// The module record, handed to the host when it loads the file.
+// The same for a context that asks through the record: the host then calls this form, so that
+// a host which admits only context-aware add-ons (Electron's renderers, --force-context-aware)
+// loads the module too.
+void initContext(v8::Local<v8::Object> exports, v8::Local<v8::Value>, v8::Local<v8::Context>, void*) {
+  init(exports);
+}
+
+// The module record, handed to the host when the file is first loaded in the process.
 node::node_module utilsModule = {
     NODE_MODULE_VERSION,  // the ABI version of the headers this file is built with
     0,                    // an ordinary add-on
@@ -350,7 +358,7 @@ node::node_module utilsModule = {
     // The host calls the register function with more arguments than `init` reads, as for every
     // add-on that registers this way.
     reinterpret_cast<node::addon_register_func>(reinterpret_cast<void (*)()>(init)),
-    nullptr,
+    initContext,
     "utils",
     nullptr,
     nullptr,
@@ -359,3 +367,11 @@ node::node_module utilsModule = {
 __attribute__((constructor)) void _register_utils() { node_module_register(&utilsModule); }
 
 }  // namespace
+
+// A file's static initialisers run once per process, so the record reaches only the first context
+// that loads it; every later one (a worker thread, another renderer) finds the module through this
+// well-known symbol, as the host's headers arrange for context-aware add-ons.
+extern "C" NODE_MODULE_EXPORT void NODE_MODULE_INITIALIZER(v8::Local<v8::Object> exports, v8::Local<v8::Value>,
+                                                           v8::Local<v8::Context>) {
+  init(exports);
+}
