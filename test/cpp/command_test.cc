@@ -30,7 +30,20 @@ std::string run(const std::string& command, const std::string& folder = ".") {
   return tarnwick::exec(command, folder).output;
 }
 
-TEST(Exec, ReturnsOutputExitStatusAndErrorsWhenAsked) {
+// The runner's tests run with the child entering its folder each way this system can.
+class Exec : public ::testing::TestWithParam<tarnwick::FolderEntry> {
+ protected:
+  void SetUp() override {
+    if (!tarnwick::forceFolderEntry(GetParam())) GTEST_SKIP() << "not on this system";
+  }
+  void TearDown() override {
+    if (!tarnwick::forceFolderEntry(tarnwick::FolderEntry::kSpawn)) tarnwick::forceFolderEntry(tarnwick::FolderEntry::kShell);
+  }
+};
+INSTANTIATE_TEST_SUITE_P(FolderEntries, Exec,
+                         ::testing::Values(tarnwick::FolderEntry::kSpawn, tarnwick::FolderEntry::kShell));
+
+TEST_P(Exec, ReturnsOutputExitStatusAndErrorsWhenAsked) {
   for (std::size_t length : {0u, 1u, 127u, 128u, 60000u}) {  // lines across the 127-byte reads, one unfinished
     const std::string line(length, 'x');
     EXPECT_EQ(run("printf %s " + tarnwick::quoteForShell(line + "\n" + line)), line + "\n" + line) << length;
@@ -53,16 +66,16 @@ TEST(Exec, ReturnsOutputExitStatusAndErrorsWhenAsked) {
 // The child enters the folder; this process stays where it was, and a relative folder is read
 // from it. Nothing runs for a folder that cannot be entered or is named "", a zero byte, or a
 // command line over the kernel's per-argument limit.
-TEST(Exec, RunsInTheFolderWithoutMovingTheProcess) {
+TEST_P(Exec, RunsInTheFolderWithoutMovingTheProcess) {
   TempFolder folder;
   const fs::path start = fs::current_path();
   EXPECT_EQ(run("pwd -P; cd /", folder.path), folder.path + "\n");
   EXPECT_EQ(fs::current_path(), start);
-  fs::create_directory(folder.path + "/inner");
+  fs::create_directory(folder.path + "/-");
   fs::current_path(folder.path);
-  EXPECT_EQ(run("pwd -P", "inner"), folder.path + "/inner\n");
+  EXPECT_EQ(run("pwd -P; echo \"$0\"", "-"), folder.path + "/-\nsh\n");
   fs::current_path(start);
-  fs::remove(folder.path + "/inner");
+  fs::remove(folder.path + "/-");
   const std::string marker = "touch " + tarnwick::quoteForShell(folder.path + "/ran");
   const std::pair<std::string, std::string> refused[] = {{marker, folder.path + "/missing"}, {marker, ""},
                                                          {marker, folder.path + std::string("\0/elsewhere", 11)},

@@ -9,7 +9,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstring>
+
+#if defined(__APPLE__)
+#include <Availability.h>
+#endif
 
 extern char** environ;
 
@@ -66,6 +71,50 @@ int waitFor(pid_t pid) {
   return done > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+// Returns whether the process start can change the child's folder itself: a call of glibc 2.29 and
+// macOS 10.15 (checked when the module runs, since it may run on an older system than it was
+// built on), missing from older systems and some C libraries.
+bool spawnCanEnterFolder() {
+#if defined(__APPLE__) && defined(__MAC_10_15)
+  if (__builtin_available(macOS 10.15, *)) return true;
+  return false;
+#elif defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 29))
+  return true;
+#else
+  return false;
+#endif
+}
+
+// Adds the change of folder to `actions`; only called where spawnCanEnterFolder() holds.
+bool addChangeOfFolder(posix_spawn_file_actions_t* actions, const std::string& folder) {
+#if defined(__APPLE__) && defined(__MAC_10_15)
+  if (__builtin_available(macOS 10.15, *)) return posix_spawn_file_actions_addchdir_np(actions, folder.c_str()) == 0;
+  return false;
+#elif defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 29))
+  return posix_spawn_file_actions_addchdir_np(actions, folder.c_str()) == 0;
+#else
+  (void)actions;
+  (void)folder;
+  return false;
+#endif
+}
+
+// The way chosen on first use, or forced by a test.
+std::atomic<int> folderEntry{-1};
+
+FolderEntry chosenFolderEntry() {
+  const int chosen = folderEntry.load();
+  if (chosen >= 0) return static_cast<FolderEntry>(chosen);
+  return spawnCanEnterFolder() ? FolderEntry::kSpawn : FolderEntry::kShell;
+}
+
+// The shell's own way in: it enters the folder given as $1 as chdir would (no CDPATH, no logical
+// ".."; a relative name is given as "./name" so that neither CDPATH nor a name "-" can redirect
+// it), ends as if by a signal with nothing printed when it cannot, which is what the spawn's own
+// change of folder gives, and then becomes the shell that runs the command line $2, started
+// exactly as it is otherwise.
+constexpr char kEnterThenRun[] = "cd -P -- \"$1\" 2>/dev/null || kill -9 $$; exec /bin/sh -c \"$2\" sh";
+
 // The spawn attributes and file actions, released on every way out.
 class SpawnSetup {
  public:
@@ -82,7 +131,7 @@ class SpawnSetup {
 
   // The child starts with no signal blocked and SIGPIPE at its default, whatever the host (Node
   // ignores SIGPIPE) set for itself.
-  bool prepare(const std::string& folder, int output, int errors) {
+  bool prepare(const std::string& folder, FolderEntry entry, int output, int errors) {
     sigset_t none;
     sigset_t pipeSignal;
     sigemptyset(&none);
@@ -91,7 +140,7 @@ class SpawnSetup {
     return posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF) == 0 &&
            posix_spawnattr_setsigmask(&attributes_, &none) == 0 &&
            posix_spawnattr_setsigdefault(&attributes_, &pipeSignal) == 0 &&
-           posix_spawn_file_actions_addchdir_np(&actions_, folder.c_str()) == 0 &&
+           (entry == FolderEntry::kShell || addChangeOfFolder(&actions_, folder)) &&
            posix_spawn_file_actions_addopen(&actions_, 0, "/dev/null", O_RDONLY, 0) == 0 &&
            posix_spawn_file_actions_adddup2(&actions_, output, 1) == 0 &&
            (errors < 0 || posix_spawn_file_actions_adddup2(&actions_, errors, 2) == 0);
@@ -151,11 +200,18 @@ CommandResult exec(const std::string& command, const std::string& folder, bool c
   Pipe output;
   Pipe errors;
   if (!output.open() || (captureErrors && !errors.open())) return result;
+  const FolderEntry entry = chosenFolderEntry();
   SpawnSetup setup;
-  if (!setup.prepare(folder, output.write.get(), captureErrors ? errors.write.get() : -1)) return result;
+  if (!setup.prepare(folder, entry, output.write.get(), captureErrors ? errors.write.get() : -1)) return result;
   char shell[] = "sh";
   char option[] = "-c";
-  char* const argv[] = {shell, option, const_cast<char*>(command.c_str()), nullptr};
+  char enterThenRun[sizeof kEnterThenRun];
+  std::memcpy(enterThenRun, kEnterThenRun, sizeof kEnterThenRun);
+  char* const direct[] = {shell, option, const_cast<char*>(command.c_str()), nullptr};
+  std::string shellFolder = folder[0] == '/' ? folder : "./" + folder;
+  char* const throughShell[] = {shell, option, enterThenRun, shell, &shellFolder[0],
+                                const_cast<char*>(command.c_str()), nullptr};
+  char* const* const argv = entry == FolderEntry::kSpawn ? direct : throughShell;
   pid_t pid = -1;
   if (posix_spawn(&pid, "/bin/sh", setup.actions(), setup.attributes(), argv, environ) != 0) return result;
   output.write.close();
@@ -174,6 +230,12 @@ CommandResult exec(const std::string& command, const std::string& folder, bool c
   result.exitStatus = waitFor(pid);
   result.output = asReadInPieces(std::move(result.output));
   return result;
+}
+
+bool forceFolderEntry(FolderEntry entry) {
+  if (entry == FolderEntry::kSpawn && !spawnCanEnterFolder()) return false;
+  folderEntry.store(static_cast<int>(entry));
+  return true;
 }
 
 std::string asReadInPieces(std::string raw) {

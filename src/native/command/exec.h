@@ -23,6 +23,15 @@ struct CommandResult {
 // Standard input is /dev/null, so a command can never wait for the host's input.
 CommandResult exec(const std::string& command, const std::string& folder, bool captureErrors = false);
 
+// How the child enters its folder: by a change of folder that the process start itself makes,
+// where the system has one (glibc 2.29 and later, macOS 10.15 and later), or else by the shell,
+// which enters the folder before it runs the command. Both give the same result.
+enum class FolderEntry { kSpawn, kShell };
+
+// Makes exec enter folders by `entry` from now on instead of the best this system offers, so that
+// tests can run both ways here. Returns false, changing nothing, when `entry` cannot run here.
+bool forceFolderEntry(FolderEntry entry);
+
 // Returns `raw` as a loop of `fgets` into a 128-byte buffer appends it to a string: pieces of at
 // most 127 bytes, each ending after a line feed at the latest, and each cut at its first zero
 // byte (what follows the zero in that piece is lost).
