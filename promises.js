@@ -5,19 +5,27 @@
 // (by the binding, before the call returns); git runs as a child process of Node's own; parsing
 // and rendering run in the native core on the host's thread pool. Where git fails, the promise
 // rejects with an Error whose `code` says why (see README).
-const { isUtf8 } = require('buffer');
 const native = require('./build/Release/utils_promises.node');
 const { runGit, readRunOptions } = require('./lib/git-run');
 const { gitFailed, invalidArgValue } = require('./lib/errors');
 
 const NO_TEXT = Buffer.alloc(0);
 
+// Returns whether converted text bytes hold a lone surrogate: the binding writes one as the
+// three bytes ED A0..BF xx, which are not UTF-8; every other character it writes is.
+function holdsSurrogate(bytes) {
+  for (let at = bytes.indexOf(0xed); at >= 0; at = bytes.indexOf(0xed, at + 1)) {
+    if (bytes[at + 1] >= 0xa0) return true;
+  }
+  return false;
+}
+
 // Returns converted path bytes as the string that reaches git unchanged. A zero character would
 // end the name early and a lone surrogate has no UTF-8 form a child process can receive, so both
 // are refused before anything runs.
 function gitPath(bytes, name, value) {
   if (bytes.includes(0)) throw invalidArgValue(name, value, 'must not contain a zero character');
-  if (!isUtf8(bytes)) throw invalidArgValue(name, value, 'must not contain a lone surrogate');
+  if (holdsSurrogate(bytes)) throw invalidArgValue(name, value, 'must not contain a lone surrogate');
   return bytes.toString('utf8');
 }
 

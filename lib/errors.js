@@ -3,9 +3,11 @@
 const os = require('os');
 const { inspect } = require('util');
 
-// Returns the error of an aborted call, shaped as Node's own (name AbortError, code ABORT_ERR).
+// Returns the error of an aborted call, shaped as Node's own (name AbortError, code ABORT_ERR, the
+// signal's reason as its `cause`, set here as Error's own option sets it where the host has one).
 function abortError(signal) {
-  const error = new Error('The operation was aborted', { cause: signal.reason });
+  const error = new Error('The operation was aborted');
+  Object.defineProperty(error, 'cause', { value: signal.reason, writable: true, configurable: true });
   error.name = 'AbortError';
   error.code = 'ABORT_ERR';
   return error;

@@ -4,6 +4,7 @@
 // own, so that an abort or a timeout ends git together with every process it started.
 const fs = require('fs');
 const { spawn } = require('child_process');
+const { promisify } = require('util');
 const { abortError, timeoutError, notADirectory, invalidArgType } = require('./errors');
 
 // How long the group has to end after SIGTERM (git removes its lock files then) before SIGKILL.
@@ -47,7 +48,9 @@ function readRunOptions(options) {
   if (options === undefined || options === null) return {};
   if (typeof options !== 'object') throw invalidArgType('options', 'of type object', options);
   const { signal, timeout } = options;
-  if (signal !== undefined && (signal === null || typeof signal !== 'object' || !('aborted' in signal))) {
+  // Any object shaped as an AbortSignal serves, so hosts without one (Node 10) can pass a polyfill's.
+  if (signal !== undefined && (signal === null || typeof signal !== 'object' || !('aborted' in signal)
+      || typeof signal.addEventListener !== 'function')) {
     throw invalidArgType('options.signal', 'an instance of AbortSignal', signal);
   }
   if (timeout !== undefined && !(Number.isInteger(timeout) && timeout >= 0 && timeout <= MAX_TIMEOUT)) {
@@ -63,8 +66,8 @@ function readRunOptions(options) {
 // and its own file-system error (with `path` set to the folder) is returned; else `spawnError`.
 async function startFailure(spawnError, folder) {
   try {
-    if (!(await fs.promises.stat(folder)).isDirectory()) return notADirectory(folder);
-    await fs.promises.access(folder, fs.constants.X_OK);
+    if (!(await promisify(fs.stat)(folder)).isDirectory()) return notADirectory(folder);
+    await promisify(fs.access)(folder, fs.constants.X_OK);
   } catch (folderError) {
     return folderError;
   }
