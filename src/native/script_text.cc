@@ -27,9 +27,10 @@ std::string readScriptText(napi_env env, napi_value value) {
   return out;
 }
 
-// ASCII goes to the host as one-byte text; other valid UTF-8 is decoded here (the host's decoder
-// is several times slower, and would run on the script thread); only text that is not UTF-8 is
-// left to the host, so that its replacement characters are exactly the host's.
+// ASCII goes to the host as one-byte text; anything else is decoded here, off the script thread
+// (the host's decoder is several times slower), bytes that are not UTF-8 included: hosts do not
+// all read those alike through Node-API (Node 10 takes them for Latin-1), and the reading here is
+// the one the synchronous face's host gives.
 ScriptString::ScriptString(std::string text) : text_(std::move(text)) {
   const void* zero = std::memchr(text_.data(), 0, text_.size());
   size_ = zero ? static_cast<std::size_t>(static_cast<const char*>(zero) - text_.data()) : text_.size();
@@ -38,29 +39,19 @@ ScriptString::ScriptString(std::string text) : text_(std::move(text)) {
   units_.reset(new std::uint16_t[size_]);
   for (std::size_t i = 0; i < ascii; ++i) units_[i] = static_cast<unsigned char>(text_[i]);
   const std::ptrdiff_t decoded = decodeUtf8(text_.data() + ascii, size_ - ascii, units_.get() + ascii);
-  if (decoded < 0) {
-    units_.reset();
-    form_ = Form::NotUtf8;
-    return;
-  }
+  length_ = ascii + (decoded >= 0 ? static_cast<std::size_t>(decoded)
+                                  : decodeUtf8Replacing(text_.data() + ascii, size_ - ascii, units_.get() + ascii));
   form_ = Form::Utf16;
-  length_ = ascii + static_cast<std::size_t>(decoded);
   std::string().swap(text_);
 }
 
 Napi::Value ScriptString::make(Napi::Env env) const {
   napi_value string = nullptr;
   napi_status status;
-  switch (form_) {
-    case Form::Ascii:
-      status = napi_create_string_latin1(env, text_.data(), size_, &string);
-      break;
-    case Form::Utf16:
-      status = napi_create_string_utf16(env, reinterpret_cast<const char16_t*>(units_.get()), length_, &string);
-      break;
-    default:
-      status = napi_create_string_utf8(env, text_.data(), size_, &string);
-      break;
+  if (form_ == Form::Ascii) {
+    status = napi_create_string_latin1(env, text_.data(), size_, &string);
+  } else {
+    status = napi_create_string_utf16(env, reinterpret_cast<const char16_t*>(units_.get()), length_, &string);
   }
   if (status != napi_ok) {
     napi_value thrown;

@@ -32,7 +32,7 @@ class ScriptString {
   std::size_t bytes() const { return size_; }
 
  private:
-  enum class Form { Ascii, Utf16, NotUtf8 };
+  enum class Form { Ascii, Utf16 };
   std::string text_;
   std::size_t size_ = 0;
   Form form_ = Form::Ascii;

@@ -64,6 +64,16 @@ TEST(Utf8Codec, GoldenEncodingsAndRejections) {
     EXPECT_LT(decode(bad, out), 0) << bad;
   }
   EXPECT_EQ(decode("\xef\xbf\xbf\xf4\x8f\xbf\xbf", out), 3);
+  // Replacing: one U+FFFD for each stray byte and for each longest start of a cut sequence.
+  const std::pair<std::string, std::u16string> replaced[] = {
+      {"\xc0\x80", u"\ufffd\ufffd"}, {"\xed\xa0\x80", u"\ufffd\ufffd\ufffd"}, {"\xf4\x90\x80\x80", u"\ufffd\ufffd\ufffd\ufffd"},
+      {"\xe2\x82", u"\ufffd"}, {"\xe2\x82" "A", u"\ufffdA"}, {"\xf0\x9f\x98 x", u"\ufffd x"}, {"ab\xc3(\xc3\xa9", u"ab\ufffd(\u00e9"},
+      {"\xe0\xa0", u"\ufffd"}, {"\xf0\x8f\x80\x80\U0001F600", u"\ufffd\ufffd\ufffd\ufffd\U0001F600"}};
+  for (const auto& [bytes, units] : replaced) {
+    std::vector<std::uint16_t> got(bytes.size());
+    got.resize(tarnwick::decodeUtf8Replacing(bytes.data(), bytes.size(), got.data()));
+    EXPECT_EQ(std::u16string(got.begin(), got.end()), units) << testing::PrintToString(bytes);
+  }
 }
 
 // Random byte strings biased towards UTF-8 shapes, long ASCII runs included, decoded whole and in

@@ -204,6 +204,53 @@ std::ptrdiff_t decodeUtf8(const char* text, std::size_t length, std::uint16_t* o
   return decode(text, length, out);
 }
 
+// Returns the range the byte after `lead` must lie in for the sequence to stay well-formed (the
+// table of well-formed byte sequences of the Unicode standard), or an empty range when `lead`
+// begins none.
+void secondByteRange(unsigned char lead, unsigned char& low, unsigned char& high) {
+  low = 0x80;
+  high = 0xBF;
+  if (lead < 0xC2 || lead > 0xF4) {
+    low = 1;
+    high = 0;
+  }
+  if (lead == 0xE0) low = 0xA0;
+  if (lead == 0xED) high = 0x9F;
+  if (lead == 0xF0) low = 0x90;
+  if (lead == 0xF4) high = 0x8F;
+}
+
+std::size_t decodeUtf8Replacing(const char* text, std::size_t length, std::uint16_t* out) {
+  const auto* s = reinterpret_cast<const unsigned char*>(text);
+  std::uint16_t* const begin = out;
+  std::size_t i = 0;
+  while (i < length) {
+    const std::size_t ascii = widenAsciiBlocks(s + i, length - i, out);
+    i += ascii;
+    out += ascii;
+    if (i == length) break;
+    if (s[i] < 0x80) {
+      *out++ = s[i++];
+      continue;
+    }
+    unsigned char low, high;
+    secondByteRange(s[i], low, high);
+    const std::size_t need = low > high ? 1 : sequenceLength(s[i]);
+    std::size_t taken = 1;
+    while (taken < need && i + taken < length && s[i + taken] >= (taken == 1 ? low : 0x80) &&
+           s[i + taken] <= (taken == 1 ? high : 0xBF)) {
+      ++taken;
+    }
+    if (taken == need && low <= high) {
+      out += decode(text + i, taken, out);
+    } else {
+      *out++ = 0xFFFD;  // one for a stray byte, or for the longest start of a sequence cut short
+    }
+    i += taken;
+  }
+  return static_cast<std::size_t>(out - begin);
+}
+
 template <typename Unit>
 bool Utf8PieceDecoder<Unit>::add(const char* data, std::size_t size) {
   if (!valid_) return false;

@@ -32,6 +32,12 @@ std::size_t asciiPrefixLength(const char* text, std::size_t length);
 // decoding, and the replacement characters it implies, to the host.
 std::ptrdiff_t decodeUtf8(const char* text, std::size_t length, std::uint16_t* out);
 
+// Decodes `length` bytes of UTF-8 as decodeUtf8 does, but replaces each stretch that is not
+// well-formed by U+FFFD as the WHATWG and Unicode practice of maximal subparts has it (one for a
+// stray byte, one for the longest start of a sequence that is cut short), which is how the
+// host's own decoders read such bytes. Returns the number of units written (at most `length`).
+std::size_t decodeUtf8Replacing(const char* text, std::size_t length, std::uint16_t* out);
+
 // Decodes UTF-8 that arrives in pieces, a sequence possibly split between two of them, into code
 // units at the `out` given first, which has room for as many units as there are bytes in all.
 // `Unit` is std::uint16_t for UTF-16, or std::uint8_t for Latin-1, where a character past U+00FF
