@@ -2,10 +2,18 @@
 // are read as the synchronous add-on reads them; the git-running methods take an optional last
 // `options` argument. Failures reject with an Error whose `code` says why.
 
+/** What the face needs of an AbortSignal: the host's own, or a polyfill's where it has none (Node 10). */
+export interface AbortSignalLike {
+  readonly aborted: boolean;
+  readonly reason?: unknown;
+  addEventListener(type: 'abort', listener: () => void, options?: { once?: boolean }): void;
+  removeEventListener(type: 'abort', listener: () => void): void;
+}
+
 /** Options of a call that runs git. */
 export interface GitRunOptions {
   /** Aborting it ends git and every process it started; the promise then rejects with ABORT_ERR. */
-  signal?: AbortSignal;
+  signal?: AbortSignalLike;
   /** Milliseconds git may run before it is ended and the promise rejects with ETIMEDOUT; 0 or absent: no limit. */
   timeout?: number;
 }

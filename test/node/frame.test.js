@@ -5,7 +5,7 @@ const assert = require('node:assert');
 const path = require('path');
 const { spawn, execFileSync } = require('child_process');
 const utils = require('../..');
-const { fakeGit } = require('./support/repo');
+const { fakeGit, tempDir } = require('./support/repo');
 
 const METHODS = ['cd', 'smc', 'grsh', 'gruh', 'grdh', 'gafh', 'mtgcld', 'mtgch'];
 
@@ -16,6 +16,25 @@ test('the package exports the eight methods in table order, each named by its sh
     assert.strictEqual(utils[name].name, name);
   }
   assert.strictEqual(require(path.join(__dirname, '..', '..', 'build', 'Release', 'utils.node')), utils);
+});
+
+// Every context loads the module: a child that admits only context-aware add-ons loads it in its
+// main thread and in two workers at once, whose results (big ones held outside the heap among
+// them, dropped as each worker ends) are the main thread's.
+test('the add-on loads and answers in the main thread and in two workers at once, under --force-context-aware', () => {
+  const source = `const { Worker, isMainThread, parentPort } = require('worker_threads');
+    const u = require(${JSON.stringify(path.join(__dirname, '..', '..'))});
+    const answers = () => [Object.keys(u).join(), u.smc('<\u00e9>'), u.cd('+\u20ac #abcdef\\n'.repeat(30000), 1, 1).length];
+    if (isMainThread) {
+      const results = [answers()];
+      const worker = () => new Promise((resolve) => new Worker(__filename).once('message', resolve));
+      Promise.all([worker(), worker()]).then((more) => process.stdout.write(JSON.stringify(results.concat(more))));
+    } else parentPort.postMessage(answers());`;
+  const file = path.join(tempDir(), 'contexts.js');
+  require('fs').writeFileSync(file, source);
+  const expected = [METHODS.join(), '&lt;\u00e9&gt;', utils.cd('+\u20ac #abcdef\n'.repeat(30000), 1, 1).length];
+  assert.deepStrictEqual(JSON.parse(execFileSync(process.execPath, ['--force-context-aware', file], { encoding: 'utf8' })),
+    [expected, expected, expected]);
 });
 
 test('string arguments go through the script\'s own string conversion', () => {
