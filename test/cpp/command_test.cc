@@ -1,5 +1,5 @@
 // The command helpers against the real shell and file system: the runner, split, the private
-// temporary file, shell quoting, path operands and the git command lines.
+// temporary file and shell quoting.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
@@ -7,14 +7,10 @@
 #include <filesystem>
 
 #include "command/exec.h"
-#include "command/path_operand.h"
 #include "command/shell_quote.h"
 #include "command/split.h"
 #include "command/temporary_file.h"
 #include "git_samples.h"
-#include "hunk/hunk_operation.h"
-#include "mergetool/code_view.h"
-#include "mergetool/commit_list.h"
 
 namespace {
 
@@ -28,6 +24,12 @@ struct TempFolder {
 
 std::string run(const std::string& command, const std::string& folder = ".") {
   return tarnwick::exec(command, folder).output;
+}
+
+tarnwick::ExecOptions withErrors() {
+  tarnwick::ExecOptions options;
+  options.captureErrors = true;
+  return options;
 }
 
 // The runner's tests run with the child entering its folder each way this system can.
@@ -50,7 +52,7 @@ TEST_P(Exec, ReturnsOutputExitStatusAndErrorsWhenAsked) {
   }
   EXPECT_EQ(run("printf 'a\\r\\nb\\n\\n'"), "a\r\nb\n\n");
   const char* const command = "echo out; echo to-error >&2; echo more; exit 3";
-  const tarnwick::CommandResult plain = tarnwick::exec(command, "."), both = tarnwick::exec(command, ".", true);
+  const tarnwick::CommandResult plain = tarnwick::exec(command, "."), both = tarnwick::exec(command, ".", withErrors());
   EXPECT_EQ(plain.output + "|" + plain.errors + "|" + std::to_string(plain.exitStatus), "out\nmore\n||3");
   EXPECT_EQ(both.output + "|" + both.errors + "|" + std::to_string(both.exitStatus), "out\nmore\n|to-error\n|3");
   EXPECT_EQ(tarnwick::exec("kill -9 $$", ".").exitStatus, -1);
@@ -58,7 +60,7 @@ TEST_P(Exec, ReturnsOutputExitStatusAndErrorsWhenAsked) {
   EXPECT_EQ(run("cat; echo done"), "done\n");  // standard input is empty
   // Both pipes are read together: a command filling standard error first does not stall.
   const tarnwick::CommandResult full =
-      tarnwick::exec("head -c 1000000 /dev/zero | tr '\\0' e >&2; echo out", ".", true);
+      tarnwick::exec("head -c 1000000 /dev/zero | tr '\\0' e >&2; echo out", ".", withErrors());
   EXPECT_EQ(full.errors, std::string(1000000, 'e'));
   EXPECT_EQ(full.output, "out\n");
 }
@@ -82,7 +84,7 @@ TEST_P(Exec, RunsInTheFolderWithoutMovingTheProcess) {
                                                          {marker + std::string("\0; echo", 7), folder.path},
                                                          {marker + " #" + std::string(200000, 'x'), folder.path}};
   for (const auto& [command, where] : refused) {
-    const tarnwick::CommandResult result = tarnwick::exec(command, where, true);
+    const tarnwick::CommandResult result = tarnwick::exec(command, where, withErrors());
     EXPECT_EQ(std::to_string(result.exitStatus) + result.output + result.errors, "-1");
   }
   EXPECT_TRUE(fs::is_empty(folder.path));
@@ -119,37 +121,6 @@ TEST(TemporaryFile, IsPrivateNewAndRemoved) {
   const tarnwick::TemporaryFile cut(bytes);
   setrlimit(RLIMIT_FSIZE, &limit);
   EXPECT_EQ(cut.path(), "");
-}
-
-TEST(PathOperand, OptionShapedPathsFollowTwoDashes) {
-  const std::pair<std::string, std::string> table[] = {
-      {"src/a.txt", "\"src/a.txt\""}, {"-n", "-- \"-n\""}, {"--output=x", "-- \"--output=x\""}, {"a-b", "\"a-b\""}};
-  for (const auto& [path, operand] : table) EXPECT_EQ(tarnwick::pathOperand(path), operand);
-}
-
-// Each git command line reaches git as exactly the words its argument list holds, which the
-// asynchronous face hands to git without a shell.
-TEST(GitCommands, ShellReadsEachCommandLineIntoItsWords) {
-  const auto listed = [](const std::vector<std::string>& words) {
-    std::string out = "[git]";
-    for (const std::string& word : words) out += "[" + word + "]";
-    return out;
-  };
-  const auto asRun = [](const std::string& commandLine) { return run("printf '[%s]' " + commandLine); };
-  for (const std::string path : {"src/a b.txt", "-n", "--output=x", "$(touch x) \"`'\\", ""}) {
-    EXPECT_EQ(asRun(tarnwick::commitLogCommandLine(path)), listed(tarnwick::commitLogArguments(path))) << path;
-    EXPECT_EQ(asRun(tarnwick::blameCommandLine(path)), listed(tarnwick::blameArguments(path))) << path;
-  }
-  EXPECT_EQ(tarnwick::commitLogCommandLine("-n"), "git log --follow --pretty=\"%h %H %at %s\" --name-status -- \"-n\"");
-  EXPECT_EQ(tarnwick::blameCommandLine("-n"), "git blame --line-porcelain HEAD -- \"-n\"");
-  using tarnwick::HunkAction, tarnwick::hunkApplyCommand;
-  for (const HunkAction action : {HunkAction::Stage, HunkAction::Unstage, HunkAction::Discard}) {
-    EXPECT_EQ(asRun(hunkApplyCommand(action)), listed(tarnwick::hunkApplyArguments(action)));
-  }
-  const std::string flags = " --ignore-space-change --ignore-whitespace --whitespace=fix";
-  EXPECT_EQ(hunkApplyCommand(HunkAction::Stage) + "|" + hunkApplyCommand(HunkAction::Unstage) + "|" +
-                hunkApplyCommand(HunkAction::Discard),
-            "git apply" + flags + " --cached|git apply -R" + flags + " --cached|git apply -R" + flags);
 }
 
 TEST(Split, GoldenTable) {

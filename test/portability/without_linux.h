@@ -28,4 +28,4 @@
 #undef __gnu_linux__
 #undef __GLIBC__
 #undef MADV_HUGEPAGE
-#pragma GCC poison pipe2 dup3 accept4 posix_spawn_file_actions_addchdir_np memfd_create epoll_create1 prctl syscall
+#pragma GCC poison pipe2 dup3 memrchr rawmemchr accept4 posix_spawn_file_actions_addchdir_np memfd_create epoll_create1 prctl syscall

@@ -9,8 +9,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <pthread.h>
+
 #include <atomic>
 #include <cstring>
+#include <memory>
 
 #if defined(__APPLE__)
 #include <Availability.h>
@@ -129,19 +132,23 @@ class SpawnSetup {
   SpawnSetup(const SpawnSetup&) = delete;
   SpawnSetup& operator=(const SpawnSetup&) = delete;
 
-  // The child starts with no signal blocked and SIGPIPE at its default, whatever the host (Node
-  // ignores SIGPIPE) set for itself.
-  bool prepare(const std::string& folder, FolderEntry entry, int output, int errors) {
+  // The child starts in a process group of its own (so that a stop ends git with the shell),
+  // with no signal blocked and SIGPIPE at its default, whatever the host (Node ignores SIGPIPE)
+  // set for itself; `input` < 0 gives it /dev/null to read.
+  bool prepare(const std::string& folder, FolderEntry entry, int input, int output, int errors) {
     sigset_t none;
     sigset_t pipeSignal;
     sigemptyset(&none);
     sigemptyset(&pipeSignal);
     sigaddset(&pipeSignal, SIGPIPE);
-    return posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF) == 0 &&
+    return posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF |
+                                                      POSIX_SPAWN_SETPGROUP) == 0 &&
+           posix_spawnattr_setpgroup(&attributes_, 0) == 0 &&
            posix_spawnattr_setsigmask(&attributes_, &none) == 0 &&
            posix_spawnattr_setsigdefault(&attributes_, &pipeSignal) == 0 &&
            (entry == FolderEntry::kShell || addChangeOfFolder(&actions_, folder)) &&
-           posix_spawn_file_actions_addopen(&actions_, 0, "/dev/null", O_RDONLY, 0) == 0 &&
+           (input >= 0 ? posix_spawn_file_actions_adddup2(&actions_, input, 0) == 0
+                       : posix_spawn_file_actions_addopen(&actions_, 0, "/dev/null", O_RDONLY, 0) == 0) &&
            posix_spawn_file_actions_adddup2(&actions_, output, 1) == 0 &&
            (errors < 0 || posix_spawn_file_actions_adddup2(&actions_, errors, 2) == 0);
   }
@@ -154,35 +161,140 @@ class SpawnSetup {
   posix_spawn_file_actions_t actions_;
 };
 
-// Reads what is available on `fd` into `into`; returns false at the end of the stream or on an
-// error other than an interruption.
-bool readSome(int fd, std::string& into) {
-  char buffer[65536];
+// Hands output on as a loop of fgets into a 128-byte buffer would have collected it: in pieces of
+// at most 127 bytes, each ending after a line feed at the latest, and each cut at its first zero
+// byte. Keeps its place in the current piece, so output may arrive cut anywhere.
+class PieceFilter {
+ public:
+  PieceFilter(OutputSink& sink, bool exact) : sink_(sink), exact_(exact) {}
+
+  bool take(const char* data, std::size_t size) {
+    if (exact_) return sink_.take(data, size);
+    if (!dropping_ && std::memchr(data, 0, size) == nullptr) {
+      std::size_t afterFeed = 0;
+      while (afterFeed < size && data[size - 1 - afterFeed] != '\n') ++afterFeed;
+      offset_ = (afterFeed < size ? afterFeed : offset_ + size) % kPiece;
+      return sink_.take(data, size);
+    }
+    const char* const end = data + size;
+    while (data < end) {
+      const char* kept = data;
+      while (data < end && !dropping_) {
+        const char c = *data++;
+        if (c == 0) {
+          dropping_ = true;
+          if (data - 1 > kept && !sink_.take(kept, static_cast<std::size_t>(data - 1 - kept))) return false;
+        }
+        if (c == '\n' || ++offset_ == kPiece) endPiece();
+      }
+      if (!dropping_ && data > kept && !sink_.take(kept, static_cast<std::size_t>(data - kept))) return false;
+      while (data < end && dropping_) {
+        const char c = *data++;
+        if (c == '\n' || ++offset_ == kPiece) endPiece();
+      }
+    }
+    return true;
+  }
+
+ private:
+  static constexpr std::size_t kPiece = 127;
+  void endPiece() {
+    offset_ = 0;
+    dropping_ = false;
+  }
+
+  OutputSink& sink_;
+  const bool exact_;
+  std::size_t offset_ = 0;  // bytes of the current piece seen so far
+  bool dropping_ = false;   // a zero byte ended the current piece's text
+};
+
+// Collects output in a string.
+class StringSink final : public OutputSink {
+ public:
+  explicit StringSink(std::string& text) : text_(text) {}
+  bool take(const char* data, std::size_t size) override {
+    text_.append(data, size);
+    return true;
+  }
+
+ private:
+  std::string& text_;
+};
+
+// Reads what is available on `fd` into `buffer`; returns the byte count, or 0 at the end of the
+// stream or on an error other than an interruption.
+std::size_t readSome(int fd, char* buffer, std::size_t size) {
   for (;;) {
-    const ssize_t got = read(fd, buffer, sizeof buffer);
-    if (got > 0) {
-      into.append(buffer, static_cast<std::size_t>(got));
+    const ssize_t got = read(fd, buffer, size);
+    if (got > 0) return static_cast<std::size_t>(got);
+    if (got < 0 && errno == EINTR) continue;
+    return 0;
+  }
+}
+
+// SIGPIPE held back from this thread while it writes to a child that may have stopped reading,
+// and one raised meanwhile taken back, so that a host that has not ignored it (Node does) is not
+// ended by it.
+class PipeSignalHeld {
+ public:
+  PipeSignalHeld() {
+    sigemptyset(&pipe_);
+    sigaddset(&pipe_, SIGPIPE);
+    sigset_t pending;
+    sigpending(&pending);
+    wasPending_ = sigismember(&pending, SIGPIPE) == 1;
+    pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
+  }
+  ~PipeSignalHeld() {
+    sigset_t pending;
+    sigpending(&pending);
+    int taken;
+    if (!wasPending_ && sigismember(&pending, SIGPIPE) == 1) sigwait(&pipe_, &taken);
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  }
+  PipeSignalHeld(const PipeSignalHeld&) = delete;
+  PipeSignalHeld& operator=(const PipeSignalHeld&) = delete;
+
+ private:
+  sigset_t pipe_;
+  sigset_t before_;
+  bool wasPending_;
+};
+
+// Writes `input` to the child and reads its output and errors until each pipe reaches its end, so
+// that none can fill up and stall the child. Returns false when `output` stopped it.
+bool drain(Descriptor& input, std::string_view pending, Descriptor& output, Descriptor& errors, PieceFilter& out,
+           std::string& errorText) {
+  std::unique_ptr<char[]> buffer(new char[65536]);
+  const PipeSignalHeld held;
+  if (input.get() >= 0) fcntl(input.get(), F_SETFL, fcntl(input.get(), F_GETFL) | O_NONBLOCK);
+  while (output.get() >= 0 || errors.get() >= 0 || input.get() >= 0) {
+    pollfd fds[3] = {{output.get(), POLLIN, 0}, {errors.get(), POLLIN, 0}, {input.get(), POLLOUT, 0}};
+    if (poll(fds, 3, -1) < 0) {
+      if (errno == EINTR) continue;
       return true;
     }
-    if (got < 0 && errno == EINTR) continue;
-    return false;
-  }
-}
-
-// Reads both pipes until each reaches its end, so that neither can fill up and stall the child.
-void drain(Descriptor& output, Descriptor& errors, CommandResult& result) {
-  while (output.get() >= 0 || errors.get() >= 0) {
-    pollfd fds[2] = {{output.get(), POLLIN, 0}, {errors.get(), POLLIN, 0}};
-    if (poll(fds, 2, -1) < 0) {
-      if (errno == EINTR) continue;
-      return;
+    if (fds[0].revents != 0) {
+      const std::size_t got = readSome(output.get(), buffer.get(), 65536);
+      if (got == 0) output.close();
+      if (got > 0 && !out.take(buffer.get(), got)) return false;
     }
-    if (fds[0].revents != 0 && !readSome(output.get(), result.output)) output.close();
-    if (fds[1].revents != 0 && !readSome(errors.get(), result.errors)) errors.close();
+    if (fds[1].revents != 0) {
+      const std::size_t got = readSome(errors.get(), buffer.get(), 65536);
+      if (got == 0) errors.close();
+      errorText.append(buffer.get(), got);
+    }
+    if (fds[2].revents != 0) {
+      const ssize_t written = write(input.get(), pending.data(), pending.size());
+      if (written > 0) pending.remove_prefix(static_cast<std::size_t>(written));
+      if (pending.empty() || (written < 0 && errno != EINTR && errno != EAGAIN)) input.close();
+    }
   }
+  return true;
 }
 
-bool holdsZero(const std::string& text) { return text.find('\0') != std::string::npos; }
+bool holdsZero(std::string_view text) { return text.find('\0') != std::string_view::npos; }
 
 // Returns whether `folder` is a folder this process may enter. The child's own change of folder
 // remains the check that counts; this one spares starting a process that could only fail (and
@@ -192,17 +304,37 @@ bool enterable(const std::string& folder) {
   return stat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && access(folder.c_str(), X_OK) == 0;
 }
 
+// The "NAME=value" entries of `environment` in the form the process start takes.
+std::vector<char*> environmentBlock(const std::vector<std::string>& environment) {
+  std::vector<char*> block;
+  block.reserve(environment.size() + 1);
+  for (const std::string& entry : environment) block.push_back(const_cast<char*>(entry.c_str()));
+  block.push_back(nullptr);
+  return block;
+}
+
 }  // namespace
 
-CommandResult exec(const std::string& command, const std::string& folder, bool captureErrors) {
+CommandResult exec(const std::string& command, const std::string& folder, const ExecOptions& options) {
   CommandResult result;
   if (holdsZero(command) || holdsZero(folder) || !enterable(folder)) return result;
+  if (options.environment != nullptr) {
+    for (const std::string& entry : *options.environment) {
+      if (holdsZero(entry)) return result;
+    }
+  }
+  Pipe input;
   Pipe output;
   Pipe errors;
-  if (!output.open() || (captureErrors && !errors.open())) return result;
+  if (!output.open() || (options.captureErrors && !errors.open()) || (!options.input.empty() && !input.open())) {
+    return result;
+  }
   const FolderEntry entry = chosenFolderEntry();
   SpawnSetup setup;
-  if (!setup.prepare(folder, entry, output.write.get(), captureErrors ? errors.write.get() : -1)) return result;
+  if (!setup.prepare(folder, entry, options.input.empty() ? -1 : input.read.get(), output.write.get(),
+                     options.captureErrors ? errors.write.get() : -1)) {
+    return result;
+  }
   char shell[] = "sh";
   char option[] = "-c";
   char enterThenRun[sizeof kEnterThenRun];
@@ -212,23 +344,31 @@ CommandResult exec(const std::string& command, const std::string& folder, bool c
   char* const throughShell[] = {shell, option, enterThenRun, shell, &shellFolder[0],
                                 const_cast<char*>(command.c_str()), nullptr};
   char* const* const argv = entry == FolderEntry::kSpawn ? direct : throughShell;
+  const std::vector<char*> block =
+      options.environment != nullptr ? environmentBlock(*options.environment) : std::vector<char*>();
+  char* const* const envp = options.environment != nullptr ? block.data() : environ;
   pid_t pid = -1;
-  if (posix_spawn(&pid, "/bin/sh", setup.actions(), setup.attributes(), argv, environ) != 0) return result;
+  if (posix_spawn(&pid, "/bin/sh", setup.actions(), setup.attributes(), argv, envp) != 0) return result;
+  input.read.close();
   output.write.close();
   errors.write.close();
+  StringSink collected(result.output);
+  PieceFilter pieces(options.output != nullptr ? *options.output : collected, options.exactOutput);
+  bool finished = false;
   try {
-    drain(output.read, errors.read, result);
+    finished = drain(input.write, options.input, output.read, errors.read, pieces, result.errors);
   } catch (...) {
-    // Closing the pipes first ends a child that is still writing, so the wait cannot hang.
-    output.read.close();
-    errors.read.close();
+    // The child and whatever it started are ended first, so the wait cannot hang.
+    kill(-pid, SIGKILL);
     waitFor(pid);
     throw;
   }
+  if (!finished) kill(-pid, SIGKILL);
+  input.write.close();
   output.read.close();
   errors.read.close();
   result.exitStatus = waitFor(pid);
-  result.output = asReadInPieces(std::move(result.output));
+  result.stopped = !finished;
   return result;
 }
 
@@ -240,18 +380,9 @@ bool forceFolderEntry(FolderEntry entry) {
 
 std::string asReadInPieces(std::string raw) {
   if (std::memchr(raw.data(), '\0', raw.size()) == nullptr) return raw;
-  constexpr std::size_t kPiece = 127;
   std::string kept;
-  const char* p = raw.data();
-  const char* const end = p + raw.size();
-  while (p < end) {
-    const std::size_t room = static_cast<std::size_t>(end - p) < kPiece ? static_cast<std::size_t>(end - p) : kPiece;
-    const void* feed = std::memchr(p, '\n', room);
-    const std::size_t piece = feed ? static_cast<std::size_t>(static_cast<const char*>(feed) - p) + 1 : room;
-    const void* zero = std::memchr(p, '\0', piece);
-    kept.append(p, zero ? static_cast<std::size_t>(static_cast<const char*>(zero) - p) : piece);
-    p += piece;
-  }
+  StringSink collected(kept);
+  PieceFilter(collected, false).take(raw.data(), raw.size());
   return kept;
 }
 

@@ -1,9 +1,35 @@
 #ifndef UTILS_COMMAND_EXEC_H
 #define UTILS_COMMAND_EXEC_H
 
+#include <cstddef>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace tarnwick {
+
+// Receives a command's standard output as it arrives, in pieces of any size.
+class OutputSink {
+ public:
+  virtual ~OutputSink() = default;
+  // Takes the next `size` bytes; returns false to stop the command.
+  virtual bool take(const char* data, std::size_t size) = 0;
+};
+
+// How `exec` runs a command, beyond its command line and folder.
+struct ExecOptions {
+  // Standard error into the result; otherwise it goes where this process's goes.
+  bool captureErrors = false;
+  // The command's environment, "NAME=value" each; null: this process's own.
+  const std::vector<std::string>* environment = nullptr;
+  // What the command reads on its standard input; /dev/null when empty, so that a command can
+  // never wait for the host's input.
+  std::string_view input;
+  // Receives standard output as it arrives, instead of the result; null: the result collects it.
+  OutputSink* output = nullptr;
+  // Standard output byte for byte, zero bytes included, rather than as fgets reads would keep it.
+  bool exactOutput = false;
+};
 
 // What a command run by `exec` left behind.
 struct CommandResult {
@@ -11,17 +37,20 @@ struct CommandResult {
   int exitStatus = -1;
   // Its standard output, as a loop of 127-byte `fgets` reads would have collected it.
   std::string output;
-  // Its standard error, when asked for; otherwise that goes where this process's goes.
+  // Its standard error, when asked for.
   std::string errors;
+  // Whether the output sink stopped the command (which was then ended, with all it started).
+  bool stopped = false;
 };
 
 // Runs `command` with the system shell (/bin/sh -c) inside `folder` and waits for it to end.
 // The child enters the folder itself, so this process's current folder never changes, not even
 // for other threads while the command runs. Nothing runs (exit status -1, empty output) when the
 // folder cannot be entered, the command line is too long for the kernel, no descriptor or process
-// is left, or the command or folder holds a zero byte, which the kernel would read as their end.
-// Standard input is /dev/null, so a command can never wait for the host's input.
-CommandResult exec(const std::string& command, const std::string& folder, bool captureErrors = false);
+// is left, or the command, the folder or an environment entry holds a zero byte, which the kernel
+// would read as their end. Standard output reaches the result or the sink as a loop of 127-byte
+// `fgets` reads would have collected it (see asReadInPieces), unless asked for exactly.
+CommandResult exec(const std::string& command, const std::string& folder, const ExecOptions& options = {});
 
 // How the child enters its folder: by a change of folder that the process start itself makes,
 // where the system has one (glibc 2.29 and later, macOS 10.15 and later), or else by the shell,
