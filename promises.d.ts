@@ -33,10 +33,12 @@ export interface GitFailedError extends Error {
  * The codes a rejection carries: GIT_FAILED (see GitFailedError), ABORT_ERR, ETIMEDOUT, ENOENT
  * (with `path` set to the repository folder when that is missing, or to "git" when git is not on
  * PATH), ENOTDIR, EACCES, ERR_INVALID_ARG_VALUE (a zero character or lone surrogate in a path),
- * ERR_INVALID_ARG_TYPE and ERR_OUT_OF_RANGE (options), ERR_STRING_TOO_LONG (a result).
+ * ERR_INVALID_ARG_TYPE and ERR_OUT_OF_RANGE (options), ERR_STRING_TOO_LONG (a result),
+ * GIT_UNSAFE_REPOSITORY (a driver of the repository's own that cannot be switched off; nothing ran).
  */
 export type ErrorCode = 'GIT_FAILED' | 'ABORT_ERR' | 'ETIMEDOUT' | 'ENOENT' | 'ENOTDIR' | 'EACCES'
-  | 'ERR_INVALID_ARG_VALUE' | 'ERR_INVALID_ARG_TYPE' | 'ERR_OUT_OF_RANGE' | 'ERR_STRING_TOO_LONG';
+  | 'ERR_INVALID_ARG_VALUE' | 'ERR_INVALID_ARG_TYPE' | 'ERR_OUT_OF_RANGE' | 'ERR_STRING_TOO_LONG'
+  | 'GIT_UNSAFE_REPOSITORY';
 
 /** Colours a unified diff as HTML; fulfils with undefined when given fewer than three arguments. */
 export function cd(diffText: string, showColorPreviews: boolean, markAddedRemoved: boolean): Promise<string>;

@@ -7,7 +7,7 @@
 // rejects with an Error whose `code` says why (see README).
 const native = require('./build/Release/utils_promises.node');
 const { runGit, readRunOptions } = require('./lib/git-run');
-const { gitFailed, invalidArgValue } = require('./lib/errors');
+const { gitFailed, invalidArgValue, unsafeRepository } = require('./lib/errors');
 
 const NO_TEXT = Buffer.alloc(0);
 
@@ -29,12 +29,40 @@ function gitPath(bytes, name, value) {
   return bytes.toString('utf8');
 }
 
+// Returns the options of one run of a call: git's environment (the binding decides it from this
+// process's, as the synchronous face decides it from its own), and what is left of the call's
+// timeout, which covers all of its runs.
+function runOptionsNow(options, started) {
+  const env = {};
+  for (const entry of native.gitEnvironment(Object.keys(process.env).map((name) => `${name}=${process.env[name]}`))) {
+    const equals = entry.indexOf('=');
+    env[entry.slice(0, equals)] = entry.slice(equals + 1);
+  }
+  const timeout = options.timeout ? Math.max(1, options.timeout - (Date.now() - started)) : options.timeout;
+  return Object.assign({}, options, { env, timeout });
+}
+
 // Resolves to git's standard output (its Buffers) when it exits with status 0; rejects with
 // GIT_FAILED else.
-async function gitOutput(args, folder, options) {
-  const result = await runGit(args, folder, options);
+async function gitOutput(args, folder, options, started) {
+  const result = await runGit(args, folder, runOptionsNow(options, started));
   if (result.exitCode !== 0) throw gitFailed(args, result);
   return result.stdout;
+}
+
+// Resolves to the listing of the driver settings of the repository in `folder`, which the
+// binding turns into the guard of a command that reads files through drivers.
+async function driverSettings(folder, options, started) {
+  const args = native.driverSettingsArguments();
+  const result = await runGit(args, folder, runOptionsNow(options, started));
+  if (result.exitCode !== 0 && result.exitCode !== 1) throw gitFailed(args, result);  // 1: no such setting
+  return Buffer.concat(result.stdout);
+}
+
+// Returns `args`, or throws when the binding could not guard the run (it gave no words).
+function guarded(args) {
+  if (args.length === 0) throw unsafeRepository();
+  return args;
 }
 
 // Returns the method that applies a hunk as `action` (0 stage, 1 unstage, 2 discard) says: the
@@ -43,12 +71,13 @@ async function gitOutput(args, folder, options) {
 function hunkMethod(name, action) {
   const method = {
     async [name](patchText, repoPath, options) {
+      const started = Date.now();
       const patch = native.text(patchText);
       const repo = native.text(repoPath);
       const runOptions = readRunOptions(options);
       const folder = gitPath(repo, 'repoPath', repoPath);
-      const args = native.hunkApplyArguments(action);
-      const result = await runGit(args, folder, { ...runOptions, input: patch });
+      const args = guarded(native.hunkApplyArguments(action, await driverSettings(folder, runOptions, started)));
+      const result = await runGit(args, folder, Object.assign(runOptionsNow(runOptions, started), { input: patch }));
       if (result.exitCode === 0 && !native.showsGitError(Buffer.concat(result.stdout), result.stderr)) return true;
       throw gitFailed(args, result);
     },
@@ -57,17 +86,19 @@ function hunkMethod(name, action) {
 }
 
 async function mtgcld(filePath, repoPath, selectedHash, options) {
+  const started = Date.now();
   const file = native.text(filePath);
   const repo = native.text(repoPath);
   const selected = native.text(selectedHash);
   const runOptions = readRunOptions(options);
   const folder = gitPath(repo, 'repoPath', repoPath);
   gitPath(file, 'filePath', filePath);
-  const log = await gitOutput(native.commitLogArguments(file), folder, runOptions);
+  const log = await gitOutput(native.commitLogArguments(file), folder, runOptions, started);
   return native.renderCommitOptions(log, file, selected);
 }
 
 async function mtgch(filePath, repoPath, baseColor, contentText, options) {
+  const started = Date.now();
   const file = native.text(filePath);
   const repo = native.text(repoPath);
   const color = native.text(baseColor);
@@ -75,7 +106,8 @@ async function mtgch(filePath, repoPath, baseColor, contentText, options) {
   const runOptions = readRunOptions(options);
   const folder = gitPath(repo, 'repoPath', repoPath);
   gitPath(file, 'filePath', filePath);
-  const blame = await gitOutput(native.blameArguments(file), folder, runOptions);
+  const args = guarded(native.blameArguments(file, await driverSettings(folder, runOptions, started)));
+  const blame = await gitOutput(args, folder, runOptions, started);
   return native.renderCodeView(blame, color, content);
 }
 

@@ -10,6 +10,7 @@
 #include "command/exec.h"
 #include "command/shell_quote.h"
 #include "commit_log_reference.h"
+#include "command/git_invocation.h"
 #include "mergetool/commit_list.h"
 #include "mergetool/commit_log_parser.h"
 
@@ -51,7 +52,7 @@ const std::string& logOutput() {
     std::fwrite(stream.data(), 1, stream.size(), import);
     pclose(import);
     tarnwick::exec(cd + "git reset -q --hard", ".");  // git log needs the path in the work tree
-    std::string out = tarnwick::exec(tarnwick::commitLogCommandLine(kFile), repo).output;
+    std::string out = tarnwick::exec(tarnwick::gitCommandLine(tarnwick::commitLogArguments(kFile)), repo).output;
     tarnwick::exec("rm -rf " + tarnwick::quoteForShell(repo), ".");
     return out;
   }();

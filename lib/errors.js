@@ -27,7 +27,8 @@ function gitFailed(args, { exitCode, signal, stderr }) {
   const errors = stderr.toString('utf8');
   const said = errors.split('\n').map((line) => line.trim()).find(Boolean);
   const how = signal ? `was ended by ${signal}` : `exited with code ${exitCode}`;
-  const error = new Error(`git ${args[0]} ${how}${said ? `: ${said}` : ''}`);
+  const command = args.find((word, i) => !word.startsWith('-') && args[i - 1] !== '-c');
+  const error = new Error(`git ${command} ${how}${said ? `: ${said}` : ''}`);
   error.code = 'GIT_FAILED';
   error.exitCode = exitCode;
   error.signal = signal;
@@ -56,4 +57,12 @@ function invalidArgType(name, expected, value) {
   return error;
 }
 
-module.exports = { abortError, timeoutError, gitFailed, notADirectory, invalidArgValue, invalidArgType };
+// Returns the error of a call that ran nothing because git could not be kept from running a program
+// that the repository's own configuration names (a filter or textconv driver whose name holds "=").
+function unsafeRepository() {
+  const error = new Error('The repository configures a driver that cannot be switched off for the call; nothing was run');
+  error.code = 'GIT_UNSAFE_REPOSITORY';
+  return error;
+}
+
+module.exports = { abortError, timeoutError, gitFailed, notADirectory, invalidArgValue, invalidArgType, unsafeRepository };

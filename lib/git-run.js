@@ -89,12 +89,13 @@ function startNext() {
   if (waitingToStart.length > 0) setImmediate(startNext);
 }
 
-// Runs `git args...` in `folder` with `input` (a Buffer) on its standard input, or none. Resolves
+// Runs `git args...` in `folder` with `env` as its environment and `input` (a Buffer) on its
+// standard input, or none. Resolves
 // to { exitCode, signal, stdout, stderr } once git has ended: stdout as the Buffers in which it
 // came (the renders join them off the script thread), stderr as one Buffer; rejects when git cannot be
 // started, or once the whole process group is gone after an abort (ABORT_ERR) or a timeout
 // (ETIMEDOUT).
-async function runGit(args, folder, { input, signal, timeout } = {}) {
+async function runGit(args, folder, { input, signal, timeout, env } = {}) {
   if (signal && signal.aborted) throw abortError(signal);
   // Node would run a child with an empty cwd in this process's own folder.
   if (folder === '') throw await startFailure(null, folder);
@@ -103,7 +104,7 @@ async function runGit(args, folder, { input, signal, timeout } = {}) {
   return new Promise((resolve, reject) => {
     let child;
     try {
-      child = spawn('git', args, { cwd: folder, detached: true, stdio: [input ? 'pipe' : 'ignore', 'pipe', 'pipe'] });
+      child = spawn('git', args, { cwd: folder, env, detached: true, stdio: [input ? 'pipe' : 'ignore', 'pipe', 'pipe'] });
     } catch (error) {
       startFailure(error, folder).then(reject);
       return;

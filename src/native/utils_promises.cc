@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "command/exec.h"
+#include "command/git_invocation.h"
 #include "diff/color_diff.h"
 #include "diff/merge_conflicts.h"
 #include "filters/advanced_filters.h"
@@ -115,21 +116,37 @@ Napi::Value text(const Napi::CallbackInfo& info) {
   return Napi::Buffer<char>::Copy(info.Env(), bytes.data(), bytes.size());
 }
 
+Napi::Value driverSettingsArguments(const Napi::CallbackInfo& info) {
+  return stringArray(info.Env(), tarnwick::driverSettingsArguments());
+}
+
+// (entries): the host's environment as "NAME=value" strings; returns git's, as the same.
+Napi::Value gitEnvironment(const Napi::CallbackInfo& info) {
+  if (!info[0].IsArray()) throw Napi::TypeError::New(info.Env(), "expected an Array of strings");
+  const Napi::Array entries = info[0].As<Napi::Array>();
+  std::vector<std::string> host;
+  host.reserve(entries.Length());
+  for (uint32_t i = 0; i < entries.Length(); ++i) host.push_back(entries.Get(i).ToString().Utf8Value());
+  return stringArray(info.Env(), tarnwick::gitEnvironment(host));
+}
+
 Napi::Value commitLogArguments(const Napi::CallbackInfo& info) {
   return stringArray(info.Env(), tarnwick::commitLogArguments(bytesOf(bufferArgument(info, 0)).copy()));
 }
 
+// (filePath, driverSettings), both Buffers; an empty Array when the run cannot be guarded.
 Napi::Value blameArguments(const Napi::CallbackInfo& info) {
-  return stringArray(info.Env(), tarnwick::blameArguments(bytesOf(bufferArgument(info, 0)).copy()));
+  return stringArray(info.Env(), tarnwick::blameArguments(bytesOf(bufferArgument(info, 0)).copy(),
+                                                          bytesOf(bufferArgument(info, 1)).copy()));
 }
 
-// The argument is 0 to stage, 1 to unstage, 2 to discard.
+// (action, driverSettings): 0 to stage, 1 to unstage, 2 to discard, and the listing's Buffer.
 Napi::Value hunkApplyArguments(const Napi::CallbackInfo& info) {
   static const tarnwick::HunkAction kActions[] = {tarnwick::HunkAction::Stage, tarnwick::HunkAction::Unstage,
                                                   tarnwick::HunkAction::Discard};
   const uint32_t index = info[0].ToNumber().Uint32Value();
   if (index > 2) throw Napi::RangeError::New(info.Env(), "unknown hunk action");
-  return stringArray(info.Env(), tarnwick::hunkApplyArguments(kActions[index]));
+  return stringArray(info.Env(), tarnwick::hunkApplyArguments(kActions[index], bytesOf(bufferArgument(info, 1)).copy()));
 }
 
 // Returns whether git apply's standard output (read as the synchronous add-on reads it) or its
@@ -170,6 +187,8 @@ Napi::Object init(Napi::Env env, Napi::Object exports) {
       {"smc", styleMergeConflicts},
       {"gafh", getAdvancedFiltersHTML},
       {"text", text},
+      {"driverSettingsArguments", driverSettingsArguments},
+      {"gitEnvironment", gitEnvironment},
       {"commitLogArguments", commitLogArguments},
       {"blameArguments", blameArguments},
       {"hunkApplyArguments", hunkApplyArguments},

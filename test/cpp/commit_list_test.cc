@@ -1,5 +1,6 @@
 // The commit list: the log parser and the options built from it, against the std::regex
 // formulation on golden shapes, generated logs and a real repository. Runs with TZ=UTC.
+#include "command/git_invocation.h"
 #include "mergetool/commit_list.h"
 
 #include <gtest/gtest.h>
@@ -160,9 +161,9 @@ TEST(MergeToolGetCommitsListDropdown, MatchesReferenceOnARealRepository) {
   reference::importHistory(folder, commits);
   for (const char* quotePath : {"true", "false"}) {
     reference::runShell(std::string("git config core.quotePath ") + quotePath, folder);
-    const std::string log = reference::runShell(tarnwick::commitLogCommandLine(file), folder);
+    const std::string log = reference::runShell(tarnwick::gitCommandLine(tarnwick::commitLogArguments(file)), folder);
     const std::string withCarriageReturns =
-        reference::runShell(tarnwick::commitLogCommandLine(file) + " | sed 's/$/\\r/'", folder);
+        reference::runShell(tarnwick::gitCommandLine(tarnwick::commitLogArguments(file)) + " | sed 's/$/\\r/'", folder);
     ASSERT_GT(log.size(), 1000u);
     reference::runOnStack([&] {
       for (const std::string& hash : {std::string(), log.substr(0, log.find(' '))}) {

@@ -7,7 +7,7 @@ const assert = require('node:assert');
 const fs = require('fs');
 const path = require('path');
 const utils = require('../..');
-const { makeRepo, commit, git, tempDir, fakeGit } = require('./support/repo');
+const { makeRepo, commit, git, tempDir } = require('./support/repo');
 
 // Returns the hunks of a one-file diff, each with the file header (less its blob names) in front.
 function hunkPatches(diff) {
@@ -29,25 +29,6 @@ test('grsh, gruh and grdh stage, unstage and discard one hunk of several', () =>
   assert.strictEqual(utils.grdh(patches[1], repo), true);
   assert.strictEqual(fs.readFileSync(path.join(repo, 'f.txt'), 'utf8'),
     `${lines({ 2: 'first', 37: 'third' })}no final line feed`);
-});
-
-// Each method hands git its own apply command and the patch as it came; the answer rules
-// themselves are the C++ suite's.
-test('each hunk method runs its git apply command on the patch it was given', () => {
-  const repo = makeRepo();
-  const patch = 'patch body \u00e9\r\n\0after zero\n';
-  const fake = fakeGit();
-  try {
-    assert.deepStrictEqual(['grsh', 'gruh', 'grdh'].map((method) => utils[method](patch, repo)), [true, true, true]);
-    const calls = fake.calls();
-    assert.deepStrictEqual(calls.map((c) => c.args.slice(0, -1).join(' ')), [
-      'apply --ignore-space-change --ignore-whitespace --whitespace=fix --cached',
-      'apply -R --ignore-space-change --ignore-whitespace --whitespace=fix --cached',
-      'apply -R --ignore-space-change --ignore-whitespace --whitespace=fix']);
-    for (const c of calls) assert.deepStrictEqual([c.cwd, c.seen, fs.existsSync(c.args.at(-1))], [repo, Buffer.from(patch), false]);
-  } finally {
-    fake.restore();
-  }
 });
 
 test('mtgcld lists a real file\'s commits newest first, across a rename', () => {

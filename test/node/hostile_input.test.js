@@ -10,6 +10,7 @@ const path = require('path');
 const { Worker } = require('worker_threads');
 const { execFileSync, spawnSync } = require('child_process');
 const utils = require('../..');
+const promises = require('../../promises');
 const { tempDir, git, makeRepo, commit } = require('./support/repo');
 
 const HUNK_METHODS = ['grsh', 'gruh', 'grdh'];
@@ -146,4 +147,95 @@ test('git refusing a hunk answers false', () => {
   fs.writeFileSync(path.join(repo, 'f.txt'), 'one\n');
   assert.strictEqual(utils.grdh(patch, repo), false, 'discarding a stale hunk');
   assert.strictEqual(git(repo, ['diff', '--cached']), patch);
+});
+
+// Returns the path of a program that appends its first argument to `marks` and then passes its
+// input (a file it is given, or its standard input) through.
+function marker(marks) {
+  const program = path.join(path.dirname(marks), 'mark');
+  fs.writeFileSync(program, `#!/bin/sh\necho "$1" >> '${marks}'\nshift\n[ -f "$1" ] && exec cat "$1"\nexec cat\n`, { mode: 0o755 });
+  return program;
+}
+const marked = (marks) => (fs.existsSync(marks) ? [...new Set(fs.readFileSync(marks, 'utf8').split('\n').filter(Boolean))].sort() : []);
+
+// Calls every git-running method of both faces on `repo`, with f.txt changed in the work tree as
+// `patch` says, and returns the answers and what each hunk method left in the index and the work
+// tree (read without git's own drivers, fsmonitor and hooks).
+async function everyAnswer(repo, patch) {
+  const answers = [];
+  const own = { GIT_DIR: path.join(repo, '.git'), GIT_WORK_TREE: repo, GIT_INDEX_FILE: path.join(repo, '.git', 'index') };
+  const left = () => [git(repo, ['-c', 'core.fsmonitor=false', 'ls-files', '-s'], { env: own }), fs.readFileSync(path.join(repo, 'f.txt'), 'utf8')];
+  for (const face of [utils, promises]) {
+    fs.writeFileSync(path.join(repo, 'f.txt'), 'one\n2\nthree\n');
+    answers.push(await face.mtgch('f.txt', repo, 'ffffff', null), await face.mtgch('g.txt', repo, 'ffffff', null),
+      await face.mtgcld('f.txt', repo, ''));
+    for (const name of HUNK_METHODS) answers.push(await face[name](patch, repo), left());
+  }
+  return answers;
+}
+
+test('no program that a repository\'s own .git names runs; the user\'s global drivers do', async () => {
+  const marks = path.join(tempDir(), 'marks');
+  const mark = marker(marks);
+  const global = path.join(path.dirname(marks), 'global');
+  fs.writeFileSync(global, `[diff "mine"]\n\ttextconv = '${mark}' global-textconv\n[filter "planted"]\n\tsmudge = '${mark}' global-smudge\n`);
+  const repos = [makeRepo(), makeRepo()];
+  for (const repo of repos) {
+    commit(repo, { '.gitattributes': 'f.txt diff=planted filter=planted\ng.txt diff=mine\n', 'f.txt': 'one\ntwo\n', 'g.txt': 'g\n' }, 'first');
+    fs.writeFileSync(path.join(repo, 'f.txt'), 'one\n2\n');
+    git(repo, ['add', 'f.txt']);
+    const signed = `tree ${git(repo, ['write-tree']).trim()}\nparent ${git(repo, ['rev-parse', 'HEAD']).trim()}\n`
+      + 'author A <a@example.com> 1600000000 +0000\ncommitter A <a@example.com> 1600000000 +0000\n'
+      + 'gpgsig -----BEGIN PGP SIGNATURE-----\n iQEz\n -----END PGP SIGNATURE-----\n\nSigned\n';
+    git(repo, ['update-ref', 'HEAD', git(repo, ['hash-object', '-t', 'commit', '-w', '--stdin'], { input: signed }).trim()]);
+  }
+  fs.writeFileSync(path.join(repos[1], 'f.txt'), 'one\n2\nthree\n');
+  const patch = git(repos[1], ['diff', '--', 'f.txt']);
+  const planted = repos[0];
+  for (const name of ['diff.planted.textconv', 'filter.planted.clean', 'filter.planted.smudge', 'filter.planted.process',
+    'core.fsmonitor']) git(planted, ['config', name, `'${mark}' ${name}`]);
+  git(planted, ['config', 'gpg.program', mark]);  // run as a program, not by the shell
+  git(planted, ['config', 'log.showSignature', 'true']);
+  fs.writeFileSync(path.join(planted, '.git', 'hooks', 'post-index-change'), `#!/bin/sh\n'${mark}' hook\n`, { mode: 0o755 });
+  process.env.GIT_CONFIG_GLOBAL = global;
+  try {
+    assert.deepStrictEqual(await everyAnswer(planted, patch), await everyAnswer(repos[1], patch));
+  } finally {
+    delete process.env.GIT_CONFIG_GLOBAL;
+  }
+  assert.deepStrictEqual(marked(marks), ['global-smudge', 'global-textconv']);
+});
+
+test('a partial clone fetches no missing object, so the program its config names for that never runs', async () => {
+  const source = makeRepo();
+  commit(source, { 'f.txt': 'one\n' }, 'first');
+  commit(source, { 'f.txt': 'one\ntwo\n' }, 'second');
+  git(source, ['config', 'uploadpack.allowFilter', 'true']);
+  const clone = path.join(tempDir(), 'clone');
+  git(source, ['clone', '-q', '--no-checkout', '--filter=blob:none', `file://${source}`, clone]);
+  const marks = path.join(tempDir(), 'marks');
+  git(clone, ['config', 'remote.origin.uploadpack', `'${marker(marks)}' uploadpack; false`]);
+  assert.strictEqual(utils.mtgch('f.txt', clone, 'ffffff', null), '');
+  await assert.rejects(promises.mtgch('f.txt', clone, 'ffffff', null), { code: 'GIT_FAILED' });
+  assert.deepStrictEqual(marked(marks), []);
+});
+
+test('git variables of the host redirect nothing: the named repository is read and staged', async () => {
+  const [repo, other] = [makeRepo(), makeRepo()];
+  for (const [dir, text] of [[repo, 'one\n'], [other, 'other\n']]) commit(dir, { 'f.txt': text, 'g.txt': 'g\n' }, 'first');
+  fs.writeFileSync(path.join(repo, 'f.txt'), 'one\n2\nthree\n');
+  const patch = git(repo, ['diff', '--', 'f.txt']);
+  const expected = await everyAnswer(repo, patch);
+  git(repo, ['checkout', '-q', 'f.txt']);
+  const saved = { ...process.env };
+  Object.assign(process.env, { GIT_DIR: path.join(other, '.git'), GIT_WORK_TREE: other, GIT_INDEX_FILE: path.join(other, '.git', 'index') });
+  try {
+    assert.deepStrictEqual(await everyAnswer(repo, patch), expected);
+    fs.writeFileSync(path.join(repo, 'f.txt'), 'one\n2\nthree\n');
+    assert.deepStrictEqual([utils.grsh(patch, repo), await promises.grdh(patch, repo)], [true, true]);
+  } finally {
+    for (const name of ['GIT_DIR', 'GIT_WORK_TREE', 'GIT_INDEX_FILE']) delete process.env[name];
+    Object.assign(process.env, saved);
+  }
+  assert.deepStrictEqual([git(repo, ['diff', '--cached']), git(other, ['status', '--porcelain'])], [patch, '']);
 });

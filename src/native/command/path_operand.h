@@ -6,12 +6,8 @@
 
 namespace tarnwick {
 
-// Returns `path` as the last operand of a git command line: quoted for the shell, and after "-- "
-// when it begins with "-", so that git never reads a path as an option (a file named
-// "--output=x" would otherwise make git write to x). Other paths are only quoted.
-std::string pathOperand(const std::string& path);
-
-// Appends `path` to the words of a git command, after "--" when it begins with "-", as above.
+// Appends `path` to the words of a git command, after "--" when it begins with "-", so that git
+// never reads a path as an option (a file named "--output=x" would otherwise make git write to x).
 void appendPathOperand(std::vector<std::string>& words, const std::string& path);
 
 }  // namespace tarnwick

@@ -2,27 +2,32 @@
 
 #include <utility>
 
-#include "command/exec.h"
+#include "command/git_invocation.h"
 #include "command/shell_quote.h"
 #include "command/temporary_file.h"
 
 namespace tarnwick {
 
-std::vector<std::string> hunkApplyArguments(HunkAction action) {
+std::vector<std::string> hunkApplyArguments(HunkAction action, const std::string& driverSettings) {
   std::vector<std::string> words = {"apply"};
   if (action != HunkAction::Stage) words.emplace_back("-R");
   for (const char* option : {"--ignore-space-change", "--ignore-whitespace", "--whitespace=fix"}) {
     words.emplace_back(option);
   }
   if (action != HunkAction::Discard) words.emplace_back("--cached");
-  return words;
+  return guardedGitArguments(driverSettings, words);
 }
 
-std::string hunkApplyCommand(HunkAction action) {
-  std::string command = "git";
-  for (const std::string& word : hunkApplyArguments(action)) command += " " + word;
-  return command;
+namespace {
+
+bool applyHunk(HunkAction action, const std::string& patchText, const std::string& repoPath) {
+  std::string driverSettings;
+  if (!listDriverSettings(repoPath, driverSettings)) return false;
+  const std::vector<std::string> words = hunkApplyArguments(action, driverSettings);
+  return !words.empty() && _executeHunkOperation(gitCommandLine(words), patchText, repoPath);
 }
+
+}  // namespace
 
 bool showsGitError(const std::string& text) {
   return text == "error" || text.find("error: ") != std::string::npos;
@@ -33,21 +38,23 @@ bool _executeHunkOperation(std::string command, std::string patchText, std::stri
   {
     const TemporaryFile patch(patchText);
     if (patch.path().empty()) return false;
-    result = exec(command + " " + quoteForShell(patch.path()), repoPath, true);
+    ExecOptions options;
+    options.captureErrors = true;
+    result = runGit(command + " " + quoteForShell(patch.path()), repoPath, options);
   }
   return result.exitStatus == 0 && !showsGitError(result.output) && !showsGitError(result.errors);
 }
 
 bool gitRepoStageHunk(const std::string& patchText, const std::string& repoPath) {
-  return _executeHunkOperation(hunkApplyCommand(HunkAction::Stage), patchText, repoPath);
+  return applyHunk(HunkAction::Stage, patchText, repoPath);
 }
 
 bool gitRepoUnstageHunk(const std::string& patchText, const std::string& repoPath) {
-  return _executeHunkOperation(hunkApplyCommand(HunkAction::Unstage), patchText, repoPath);
+  return applyHunk(HunkAction::Unstage, patchText, repoPath);
 }
 
 bool gitRepoDiscardHunk(const std::string& patchText, const std::string& repoPath) {
-  return _executeHunkOperation(hunkApplyCommand(HunkAction::Discard), patchText, repoPath);
+  return applyHunk(HunkAction::Discard, patchText, repoPath);
 }
 
 }  // namespace tarnwick

@@ -10,18 +10,18 @@ namespace tarnwick {
 // index, or apply it in reverse to the working tree.
 enum class HunkAction { Stage, Unstage, Discard };
 
-// Returns the words after "git" of the command that applies a patch for `action`; the patch
-// follows them (as a file name, or on standard input when none is given).
-std::vector<std::string> hunkApplyArguments(HunkAction action);
-
-// Returns the command text for `action`: "git" and those words, separated by single spaces.
-std::string hunkApplyCommand(HunkAction action);
+// Returns the words after "git" of the command that applies a patch for `action`, guarded by
+// `driverSettings` (see guardedGitArguments: git apply reads and writes files through filter
+// drivers); the patch follows them (as a file name, or on standard input when none is given).
+// Empty when the run cannot be guarded.
+std::vector<std::string> hunkApplyArguments(HunkAction action, const std::string& driverSettings);
 
 // Returns whether git's output `text` shows an error: it is exactly "error", or holds "error: ".
 bool showsGitError(const std::string& text);
 
-// Writes `patchText` to a private temporary file (never into the repository), runs `command`
-// followed by that file's full path inside `repoPath`, and removes the file before answering.
+// Writes `patchText` to a private temporary file (never into the repository), runs the git
+// command line `command` followed by that file's full path inside `repoPath` (with git's
+// environment, see gitEnvironment), and removes the file before answering.
 // Returns true only when git ran, exited with status 0 and shows no error (see showsGitError)
 // on its standard output or its standard error; a folder that cannot be entered, or a patch
 // that cannot be written, runs nothing and answers false.

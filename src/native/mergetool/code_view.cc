@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "command/exec.h"
+#include "command/git_invocation.h"
 #include "command/path_operand.h"
 #include "command/split.h"
 #include "mergetool/blame_parser.h"
@@ -110,19 +110,19 @@ std::string renderCodeView(const std::string& blame, const std::string& baseColo
   return out;
 }
 
-std::vector<std::string> blameArguments(const std::string& filePath) {
+std::vector<std::string> blameArguments(const std::string& filePath, const std::string& driverSettings) {
   std::vector<std::string> words = {"blame", "--line-porcelain", "HEAD"};
   appendPathOperand(words, filePath);
-  return words;
-}
-
-std::string blameCommandLine(const std::string& filePath) {
-  return "git blame --line-porcelain HEAD " + pathOperand(filePath);
+  return guardedGitArguments(driverSettings, words);
 }
 
 std::string mergeToolGetCodeHTML(const std::string& filePath, const std::string& repoPath,
                                  const std::string& baseColor, const std::string& contentText) {
-  const std::string blame = exec(blameCommandLine(filePath), repoPath).output;
+  std::string driverSettings;
+  if (!listDriverSettings(repoPath, driverSettings)) return std::string();
+  const std::vector<std::string> words = blameArguments(filePath, driverSettings);
+  if (words.empty()) return std::string();
+  const std::string blame = runGit(gitCommandLine(words), repoPath, ExecOptions()).output;
   return renderCodeView(blame, baseColor, contentText);
 }
 

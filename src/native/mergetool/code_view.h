@@ -14,15 +14,13 @@ namespace tarnwick {
 std::string renderCodeView(const std::string& blame, const std::string& baseColor, const std::string& contentText);
 
 // Returns the words after "git" of the command that blames `filePath` as recorded in HEAD, in the
-// form renderCodeView reads.
-std::vector<std::string> blameArguments(const std::string& filePath);
-
-// Returns that command as a shell command line, `filePath` quoted so that git receives it as is.
-std::string blameCommandLine(const std::string& filePath);
+// form renderCodeView reads, guarded by `driverSettings` (see guardedGitArguments: blame reads
+// the file through textconv and filter drivers); empty when it cannot be guarded.
+std::vector<std::string> blameArguments(const std::string& filePath, const std::string& driverSettings);
 
 // Returns the code view of `filePath` as recorded in HEAD of the repository at `repoPath`, or the
 // empty string when git prints nothing (not a repository, a file not in HEAD) or when the folder
-// cannot be entered (nothing runs then).
+// cannot be entered or the run cannot be guarded (nothing runs then).
 std::string mergeToolGetCodeHTML(const std::string& filePath, const std::string& repoPath,
                                  const std::string& baseColor, const std::string& contentText);
 

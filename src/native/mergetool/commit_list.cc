@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "command/exec.h"
+#include "command/git_invocation.h"
 #include "command/path_operand.h"
 #include "mergetool/author_date.h"
 #include "mergetool/commit_log_parser.h"
@@ -95,18 +95,15 @@ std::string renderCommitOptions(const std::string& log, const std::string& fileP
 }
 
 std::vector<std::string> commitLogArguments(const std::string& filePath) {
-  std::vector<std::string> words = {"log", "--follow", "--pretty=%h %H %at %s", "--name-status"};
+  std::vector<std::string> words = {"log", "--no-ext-diff", "--no-color", "--follow", "--pretty=%h %H %at %s",
+                                    "--name-status"};
   appendPathOperand(words, filePath);
-  return words;
-}
-
-std::string commitLogCommandLine(const std::string& filePath) {
-  return "git log --follow --pretty=\"%h %H %at %s\" --name-status " + pathOperand(filePath);
+  return guardedGitArguments("", words);
 }
 
 std::string mergeToolGetCommitsListDropdown(const std::string& filePath, const std::string& repoPath,
                                             const std::string& selectedHash) {
-  const std::string log = exec(commitLogCommandLine(filePath), repoPath).output;
+  const std::string log = runGit(gitCommandLine(commitLogArguments(filePath)), repoPath, ExecOptions()).output;
   return renderCommitOptions(log, filePath, selectedHash);
 }
 

@@ -16,11 +16,8 @@ std::string renderCommitOptions(const std::string& log, const std::string& fileP
                                 const std::string& selectedHash);
 
 // Returns the words after "git" of the command that lists the commits of `filePath`, followed
-// across renames, in the form renderCommitOptions reads.
+// across renames, in the form renderCommitOptions reads (it reads no file through a driver).
 std::vector<std::string> commitLogArguments(const std::string& filePath);
-
-// Returns that command as a shell command line, `filePath` quoted so that git receives it as is.
-std::string commitLogCommandLine(const std::string& filePath);
 
 // Returns the options for the commits that touched `filePath`, followed across renames, as
 // `git log` run inside `repoPath` lists them, newest first. Any path reaches git unchanged, and as
