@@ -2,12 +2,19 @@
 // The promise face: the synchronous add-on's eight methods, under the same names and with the
 // same arguments, each returning a Promise. The git-running methods take an optional last
 // argument { signal, timeout }. Arguments are read exactly as the synchronous add-on reads them
-// (by the binding, before the call returns); git runs as a child process of Node's own; parsing
-// and rendering run in the native core on the host's thread pool. Where git fails, the promise
-// rejects with an Error whose `code` says why (see README).
+// (by the binding, before the call returns); git runs as a child process of Node's own, whose
+// output the native core parses piece by piece as it arrives; rendering and decoding run on the
+// host's thread pool. Where git fails, the promise rejects with an Error whose `code` says why
+// (see README).
+const fs = require('fs');
+const { promisify } = require('util');
+const { constants } = require('buffer');
 const native = require('./build/Release/utils_promises.node');
 const { runGit, readRunOptions } = require('./lib/git-run');
 const { gitFailed, invalidArgValue, unsafeRepository } = require('./lib/errors');
+
+native.setLongestString(constants.MAX_STRING_LENGTH);
+const realpath = promisify(fs.realpath);
 
 const NO_TEXT = Buffer.alloc(0);
 
@@ -42,12 +49,14 @@ function runOptionsNow(options, started) {
   return Object.assign({}, options, { env, timeout });
 }
 
-// Resolves to git's standard output (its Buffers) when it exits with status 0; rejects with
-// GIT_FAILED else.
-async function gitOutput(args, folder, options, started) {
-  const result = await runGit(args, folder, runOptionsNow(options, started));
+// Resolves to `view` (the binding's view in progress) built from git's output as it arrives, once
+// git has exited with status 0; rejects with GIT_FAILED else, or with ERR_STRING_TOO_LONG (git
+// stopped) once the view is longer than the longest string.
+async function gitView(args, folder, options, started, view) {
+  const output = (piece) => native.addOutput(view, piece);
+  const result = await runGit(args, folder, Object.assign(runOptionsNow(options, started), { output }));
   if (result.exitCode !== 0) throw gitFailed(args, result);
-  return result.stdout;
+  return native.finishView(view);
 }
 
 // Resolves to the listing of the driver settings of the repository in `folder`, which the
@@ -65,21 +74,40 @@ function guarded(args) {
   return args;
 }
 
+// The hunk operations of each repository (by its real folder), one after another: git apply takes
+// the repository's index lock, and calls made together would fail on it.
+const hunkTurns = new Map();
+async function inTurn(folder, work) {
+  let key = folder;
+  try {
+    key = await realpath(folder);
+  } catch (error) { /* the run reports a folder that is missing */ }
+  const turn = (hunkTurns.get(key) || Promise.resolve()).then(work);
+  const done = turn.then(() => {}, () => {});
+  hunkTurns.set(key, done);
+  done.then(() => {
+    if (hunkTurns.get(key) === done) hunkTurns.delete(key);
+  });
+  return turn;
+}
+
 // Returns the method that applies a hunk as `action` (0 stage, 1 unstage, 2 discard) says: the
 // patch goes to git apply on its standard input, and the promise fulfils with true, or rejects
 // with git's message when git refuses the hunk.
 function hunkMethod(name, action) {
   const method = {
     async [name](patchText, repoPath, options) {
-      const started = Date.now();
       const patch = native.text(patchText);
       const repo = native.text(repoPath);
       const runOptions = readRunOptions(options);
       const folder = gitPath(repo, 'repoPath', repoPath);
-      const args = guarded(native.hunkApplyArguments(action, await driverSettings(folder, runOptions, started)));
-      const result = await runGit(args, folder, Object.assign(runOptionsNow(runOptions, started), { input: patch }));
-      if (result.exitCode === 0 && !native.showsGitError(Buffer.concat(result.stdout), result.stderr)) return true;
-      throw gitFailed(args, result);
+      return inTurn(folder, async () => {
+        const started = Date.now();
+        const args = guarded(native.hunkApplyArguments(action, await driverSettings(folder, runOptions, started)));
+        const result = await runGit(args, folder, Object.assign(runOptionsNow(runOptions, started), { input: patch }));
+        if (result.exitCode === 0 && !native.showsGitError(Buffer.concat(result.stdout), result.stderr)) return true;
+        throw gitFailed(args, result);
+      });
     },
   };
   return method[name];
@@ -93,8 +121,7 @@ async function mtgcld(filePath, repoPath, selectedHash, options) {
   const runOptions = readRunOptions(options);
   const folder = gitPath(repo, 'repoPath', repoPath);
   gitPath(file, 'filePath', filePath);
-  const log = await gitOutput(native.commitLogArguments(file), folder, runOptions, started);
-  return native.renderCommitOptions(log, file, selected);
+  return gitView(native.commitLogArguments(file), folder, runOptions, started, native.commitOptions(file, selected));
 }
 
 async function mtgch(filePath, repoPath, baseColor, contentText, options) {
@@ -107,8 +134,7 @@ async function mtgch(filePath, repoPath, baseColor, contentText, options) {
   const folder = gitPath(repo, 'repoPath', repoPath);
   gitPath(file, 'filePath', filePath);
   const args = guarded(native.blameArguments(file, await driverSettings(folder, runOptions, started)));
-  const blame = await gitOutput(args, folder, runOptions, started);
-  return native.renderCodeView(blame, color, content);
+  return gitView(args, folder, runOptions, started, native.codeView(color, content));
 }
 
 module.exports = {

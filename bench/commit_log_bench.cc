@@ -73,20 +73,6 @@ void regex(benchmark::State& state) {
   state.counters["log_bytes"] = static_cast<double>(log.size());
 }
 
-void parseProduction(benchmark::State& state) {
-  const std::string& log = logOutput();
-  for (auto _ : state) benchmark::DoNotOptimize(tarnwick::parseCommitLog(log));
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * log.size()));
-}
-
-void parseRegex(benchmark::State& state) {
-  const std::string& log = logOutput();
-  for (auto _ : state) benchmark::DoNotOptimize(reference::parseCommitLog(log));
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * log.size()));
-}
-
-BENCHMARK(parseProduction)->Name("CommitLog/native/parse")->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(parseRegex)->Name("CommitLog/std_regex/parse")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(production)->Name("CommitLog/native/options")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(regex)->Name("CommitLog/std_regex/options")->Unit(benchmark::kMillisecond)->UseRealTime();
 

@@ -33,7 +33,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (std::ptrdiff_t i = 0; i < n; ++i) {
     if (decoded[i] == 0 || (oneByte && decoded[i] > 0xFF)) n = -1;
   }
-  const tarnwick::ColorDiffUnits units = tarnwick::colorDiffUnits(text.data(), text.size(), oneByte, show, mark);
+  const tarnwick::ColorDiffUnits units =
+      tarnwick::colorDiffUnits(text.data(), text.size(), text.size(), oneByte, show, mark, SIZE_MAX);
   if (units.made != (n >= 0) || (units.made && (units.twoByte == oneByte || units.length != std::size_t(n)))) {
     std::abort();
   }

@@ -65,4 +65,14 @@ function unsafeRepository() {
   return error;
 }
 
-module.exports = { abortError, timeoutError, gitFailed, notADirectory, invalidArgValue, invalidArgType, unsafeRepository };
+// Returns the error of a view that grew past the longest string the host can make, as the
+// binding's own.
+function stringTooLong() {
+  const error = new RangeError('The result is longer than the longest possible string');
+  error.code = 'ERR_STRING_TOO_LONG';
+  return error;
+}
+
+module.exports = {
+  abortError, timeoutError, gitFailed, notADirectory, invalidArgValue, invalidArgType, unsafeRepository, stringTooLong,
+};

@@ -5,7 +5,7 @@
 const fs = require('fs');
 const { spawn } = require('child_process');
 const { promisify } = require('util');
-const { abortError, timeoutError, notADirectory, invalidArgType } = require('./errors');
+const { abortError, timeoutError, notADirectory, invalidArgType, stringTooLong } = require('./errors');
 
 // How long the group has to end after SIGTERM (git removes its lock files then) before SIGKILL.
 const GRACE_MS = 500;
@@ -74,6 +74,32 @@ async function startFailure(spawnError, folder) {
   return spawnError;
 }
 
+// Calls `callback` once `signal` aborts, through one listener per signal however many calls share
+// it (a listener each would trip Node's MaxListenersExceededWarning past ten); returns the function
+// that takes the callback back when the call settles.
+const abortCallbacks = new WeakMap();
+function onAbort(signal, callback) {
+  let callbacks = abortCallbacks.get(signal);
+  if (!callbacks) {
+    const set = new Set();
+    const dispatch = () => {
+      abortCallbacks.delete(signal);
+      for (const call of set) call();
+    };
+    callbacks = { set, dispatch };
+    abortCallbacks.set(signal, callbacks);
+    signal.addEventListener('abort', dispatch, { once: true });
+  }
+  callbacks.set.add(callback);
+  return () => {
+    callbacks.set.delete(callback);
+    if (callbacks.set.size === 0 && abortCallbacks.get(signal) === callbacks) {
+      abortCallbacks.delete(signal);
+      signal.removeEventListener('abort', callbacks.dispatch);
+    }
+  };
+}
+
 // Starting a child forks this process, which takes milliseconds in a large one (longer the more
 // memory it maps). Starts are spread out, one per turn of the event loop, so that calls made
 // together never add their forks up into one long pause of the script thread.
@@ -90,12 +116,12 @@ function startNext() {
 }
 
 // Runs `git args...` in `folder` with `env` as its environment and `input` (a Buffer) on its
-// standard input, or none. Resolves
-// to { exitCode, signal, stdout, stderr } once git has ended: stdout as the Buffers in which it
-// came (the renders join them off the script thread), stderr as one Buffer; rejects when git cannot be
-// started, or once the whole process group is gone after an abort (ABORT_ERR) or a timeout
-// (ETIMEDOUT).
-async function runGit(args, folder, { input, signal, timeout, env } = {}) {
+// standard input, or none. Hands each piece of its standard output to `output` as it arrives (a
+// false answer stops git: ERR_STRING_TOO_LONG), or collects it. Resolves to { exitCode, signal,
+// stdout, stderr } once git has ended: stdout as the Buffers in which it came, stderr as one
+// Buffer; rejects when git cannot be started, or once the whole process group is gone after an
+// abort (ABORT_ERR), a timeout (ETIMEDOUT) or a stop, each of which stops reading at once.
+async function runGit(args, folder, { input, signal, timeout, env, output } = {}) {
   if (signal && signal.aborted) throw abortError(signal);
   // Node would run a child with an empty cwd in this process's own folder.
   if (folder === '') throw await startFailure(null, folder);
@@ -115,18 +141,19 @@ async function runGit(args, folder, { input, signal, timeout, env } = {}) {
     let failed = false;
     let timer = null;
     let graceTimer = null;
+    let forgetAbort = () => {};
     const stop = (error) => {
       if (stopping) return;
       stopping = error;
+      child.stdout.destroy();
       signalGroup(child.pid, 'SIGTERM');
       graceTimer = setTimeout(() => signalGroup(child.pid, 'SIGKILL'), GRACE_MS);
     };
-    const onAbort = () => stop(abortError(signal));
     const finish = () => {
       running.delete(child.pid);
       clearTimeout(timer);
       clearTimeout(graceTimer);
-      if (signal) signal.removeEventListener('abort', onAbort);
+      forgetAbort();
     };
     child.on('error', (error) => {
       failed = true;
@@ -136,14 +163,18 @@ async function runGit(args, folder, { input, signal, timeout, env } = {}) {
     });
     if (child.pid === undefined) return;
     running.add(child.pid);
-    child.stdout.on('data', (chunk) => stdout.push(chunk));
+    child.stdout.on('data', (chunk) => {
+      if (stopping) return;
+      if (!output) stdout.push(chunk);
+      else if (!output(chunk)) stop(stringTooLong());
+    });
     child.stderr.on('data', (chunk) => stderr.push(chunk));
     if (input) {
       // git may end without reading it all (a patch it refuses at once); that is not an error here.
       child.stdin.on('error', () => {});
       child.stdin.end(input);
     }
-    if (signal) signal.addEventListener('abort', onAbort, { once: true });
+    if (signal) forgetAbort = onAbort(signal, () => stop(abortError(signal)));
     if (timeout) timer = setTimeout(() => stop(timeoutError(timeout)), timeout);
     child.on('close', (exitCode, exitSignal) => {
       if (failed) return;

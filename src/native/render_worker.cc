@@ -6,10 +6,10 @@ namespace tarnwick {
 
 namespace {
 
-void settle(Napi::Promise::Deferred& deferred, Napi::Env env, const ScriptString& text) {
-  const Napi::Value string = text.make(env);
+void settle(Napi::Promise::Deferred& deferred, Napi::Env env, const ScriptString* text) {
+  const Napi::Value string = text != nullptr ? text->make(env) : Napi::Value();
   if (string.IsEmpty()) {
-    deferred.Reject(stringTooLongError(env, text.bytes()).Value());
+    deferred.Reject(stringTooLongError(env).Value());
   } else {
     deferred.Resolve(string);
   }
@@ -32,15 +32,23 @@ RenderWorker::RenderWorker(Napi::Env env, Render render, const std::vector<Napi:
 
 // A std::exception thrown here (memory running out on a huge text) rejects the promise with its
 // message: AsyncWorker catches it.
-void RenderWorker::Execute() { result_.reset(new ScriptString(render_())); }
+void RenderWorker::Execute() {
+  std::optional<std::string> text = render_();
+  if (text) result_.reset(new ScriptString(std::move(*text)));
+}
 
-void RenderWorker::OnOK() { settle(deferred_, Env(), *result_); }
+void RenderWorker::OnOK() { settle(deferred_, Env(), result_.get()); }
 
 void RenderWorker::OnError(const Napi::Error& error) { deferred_.Reject(error.Value()); }
 
-Napi::Promise settledWithText(Napi::Env env, std::string text) {
+Napi::Promise settledWithText(Napi::Env env, std::optional<std::string> text) {
   Napi::Promise::Deferred deferred = Napi::Promise::Deferred::New(env);
-  settle(deferred, env, ScriptString(std::move(text)));
+  if (text) {
+    const ScriptString string(std::move(*text));
+    settle(deferred, env, &string);
+  } else {
+    settle(deferred, env, nullptr);
+  }
   return deferred.Promise();
 }
 

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,10 +17,12 @@ namespace tarnwick {
 
 class RenderWorker final : public Napi::AsyncWorker {
  public:
-  using Render = std::function<std::string()>;
+  // Returns the result, or nothing when it is too long for a script string.
+  using Render = std::function<std::optional<std::string>()>;
 
-  // Queues `render` and returns the promise that its result, as a script string, fulfils. The
-  // buffers in `kept` are held until `render` has run, so it may read their bytes in place.
+  // Queues `render` and returns the promise that its result, as a script string, fulfils (or that
+  // rejects with ERR_STRING_TOO_LONG). The buffers in `kept` are held until `render` has run, so
+  // it may read their bytes in place.
   static Napi::Promise start(Napi::Env env, Render render, const std::vector<Napi::Object>& kept = {});
 
  private:
@@ -36,7 +39,7 @@ class RenderWorker final : public Napi::AsyncWorker {
 
 // Returns a promise settled at once with `text`, rendered on the script thread (for work too
 // small to be worth a trip to the pool); rejected when the text is too long for a string.
-Napi::Promise settledWithText(Napi::Env env, std::string text);
+Napi::Promise settledWithText(Napi::Env env, std::optional<std::string> text);
 
 }  // namespace tarnwick
 

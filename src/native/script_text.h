@@ -15,8 +15,9 @@ namespace tarnwick {
 // Returns the UTF-8 bytes of `value` as the synchronous add-on reads them: a non-string goes
 // through the script's own string conversion, a conversion that throws reads as "" (the
 // exception is cleared), zero characters stay, and a lone surrogate becomes the three-byte form
-// of its own value (which Node-API's UTF-8 getter would write as U+FFFD instead).
-std::string readScriptText(napi_env env, napi_value value);
+// of its own value (which Node-API's UTF-8 getter would write as U+FFFD instead). `units`, when
+// given, receives the string's length.
+std::string readScriptText(napi_env env, napi_value value, std::size_t* units = nullptr);
 
 // A result on its way to the script: the text up to its first zero byte, with bytes that are not
 // UTF-8 read as the host's replacement characters. Building one does the decoding and may run on
@@ -28,9 +29,6 @@ class ScriptString {
   // Returns the script string, or an empty value when the host cannot make one that long.
   Napi::Value make(Napi::Env env) const;
 
-  // Returns the number of bytes before the first zero byte.
-  std::size_t bytes() const { return size_; }
-
  private:
   enum class Form { Ascii, Utf16 };
   std::string text_;
@@ -41,7 +39,13 @@ class ScriptString {
 };
 
 // Returns the error a promise rejects with when its result is too long for a script string.
-Napi::Error stringTooLongError(Napi::Env env, std::size_t bytes);
+Napi::Error stringTooLongError(Napi::Env env);
+
+// The longest string of the host, in UTF-16 units: results are measured against it before they
+// are made. promises.js sets it from buffer.constants.MAX_STRING_LENGTH when it loads (Node-API
+// has no call that tells it).
+void setLongestString(std::size_t units);
+std::size_t longestString();
 
 }  // namespace tarnwick
 

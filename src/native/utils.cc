@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "convert/utf8_codec.h"
@@ -53,11 +54,12 @@ void forEachUtf16Slice(v8::Isolate* isolate, v8::Local<v8::String> text, Take ta
 // conversion that throws reads as the empty string, and zero characters stay in the result.
 // Gives the bytes of v8::String::Utf8Value (lone surrogates in their three-byte form) without its
 // length pass and extra copy: the characters are copied out flat and encoded here.
-std::string getStringFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+std::string getStringFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value, std::size_t* units = nullptr) {
   std::string out;
   v8::Local<v8::String> text;
   if (!scriptString(isolate, value, &text)) return out;
   const int length = text->Length();
+  if (units != nullptr) *units = static_cast<std::size_t>(length);
   if (length == 0) return out;
   if (text->IsOneByte()) {
     out.resize(static_cast<std::size_t>(length));
@@ -81,6 +83,7 @@ std::string getStringFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
 struct ScriptText {
   tarnwick::PageBlock bytes;
   std::size_t size = 0;
+  std::size_t units = 0;  // the script string's length
   bool oneByte = true;
 };
 
@@ -91,6 +94,7 @@ ScriptText getTextFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
   v8::Local<v8::String> text;
   if (!scriptString(isolate, value, &text) || text->Length() == 0) return out;
   const std::size_t length = static_cast<std::size_t>(text->Length());
+  out.units = length;
   out.oneByte = text->IsOneByte();
   out.bytes = tarnwick::PageBlock::acquire((out.oneByte ? 2 : 3) * length);
   char* const bytes = out.bytes.data();
@@ -116,6 +120,9 @@ v8::Local<v8::Value> argument(const Info& info, int index) { return info[index];
 std::string stringArgument(const Info& info, int index) {
   return getStringFromV8(info.GetIsolate(), argument(info, index));
 }
+
+// The most characters a script string can have: a view that grows past it is stopped.
+constexpr std::size_t kLongestString = static_cast<std::size_t>(v8::String::kMaxLength);
 
 // Results at least this long are handed to the host as external strings that it reads in place:
 // copying them, and the fresh pages a copy needs, costs more than the whole rendering.
@@ -256,8 +263,9 @@ void colorDiff(const Info& info) {
     const ScriptText text = getTextFromV8(info.GetIsolate(), argument(info, 0));
     const bool showColorPreviews = booleanArgument(info, 1);
     const bool markAddedRemoved = booleanArgument(info, 2);
-    tarnwick::ColorDiffUnits units =
-        tarnwick::colorDiffUnits(text.bytes.data(), text.size, text.oneByte, showColorPreviews, markAddedRemoved);
+    tarnwick::ColorDiffUnits units = tarnwick::colorDiffUnits(text.bytes.data(), text.size, text.units, text.oneByte,
+                                                              showColorPreviews, markAddedRemoved, kLongestString);
+    if (units.tooLong) return;
     if (units.made) {
       returnUnits(info, std::move(units));
     } else {
@@ -267,9 +275,16 @@ void colorDiff(const Info& info) {
   });
 }
 
+// A result that could be longer than the longest string (an escape adds at most four bytes) is
+// measured before it is made, and never built when it is.
 void styleMergeConflicts(const Info& info) {
   guarded([&] {
-    const std::string text = stringArgument(info, 0);
+    std::size_t units = 0;
+    const std::string text = getStringFromV8(info.GetIsolate(), argument(info, 0), &units);
+    if (units + 4 * text.size() > kLongestString &&
+        tarnwick::styledMergeConflictsLength(text) - text.size() + units > kLongestString) {
+      return;
+    }
     returnString(info, tarnwick::styleMergeConflicts(text));
   });
 }
@@ -299,7 +314,9 @@ void mergeToolGetCommitsListDropdown(const Info& info) {
     const std::string filePath = stringArgument(info, 0);
     const std::string repoPath = stringArgument(info, 1);
     const std::string selectedHash = stringArgument(info, 2);
-    returnString(info, tarnwick::mergeToolGetCommitsListDropdown(filePath, repoPath, selectedHash));
+    std::optional<std::string> options =
+        tarnwick::mergeToolGetCommitsListDropdown(filePath, repoPath, selectedHash, kLongestString);
+    if (options) returnString(info, std::move(*options));
   });
 }
 
@@ -317,7 +334,9 @@ void mergeToolGetCodeHTML(const Info& info) {
     const std::string repoPath = stringArgument(info, 1);
     const std::string baseColor = stringArgument(info, 2);
     const std::string contentText = optionalStringArgument(info, 3);
-    returnString(info, tarnwick::mergeToolGetCodeHTML(filePath, repoPath, baseColor, contentText));
+    std::optional<std::string> view =
+        tarnwick::mergeToolGetCodeHTML(filePath, repoPath, baseColor, contentText, kLongestString);
+    if (view) returnString(info, std::move(*view));
   });
 }
 

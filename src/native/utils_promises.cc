@@ -5,6 +5,8 @@
 #include <napi.h>
 
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -48,33 +50,24 @@ Napi::Buffer<char> bufferArgument(const Napi::CallbackInfo& info, std::size_t in
 
 Bytes bytesOf(const Napi::Buffer<char>& buffer) { return Bytes{buffer.Data(), buffer.Length()}; }
 
-// The pieces of git's standard output as child_process delivered them (an Array of Buffers),
-// joined by a render off the script thread, so that the script thread never copies the output.
-struct Pieces {
-  std::vector<Bytes> parts;
-  std::string joined() const {
-    std::size_t size = 0;
-    for (const Bytes& part : parts) size += part.size;
-    std::string text;
-    text.reserve(size);
-    for (const Bytes& part : parts) text.append(part.data, part.size);
-    return text;
-  }
+// A view being built from git's output as child_process delivers it, piece by piece on the script
+// thread (a piece takes well under a millisecond), read as the synchronous face reads it.
+struct ViewInProgress {
+  explicit ViewInProgress(tarnwick::StreamedView* made) : view(made), pieces(*made) {}
+  std::shared_ptr<tarnwick::StreamedView> view;
+  tarnwick::FgetsPieces pieces;
 };
 
-// Reads argument `index`, an Array of Buffers, adding each buffer to `kept`.
-Pieces piecesArgument(const Napi::CallbackInfo& info, std::size_t index, std::vector<Napi::Object>& kept) {
-  if (!info[index].IsArray()) throw Napi::TypeError::New(info.Env(), "expected an Array of Buffers");
-  const Napi::Array array = info[index].As<Napi::Array>();
-  Pieces pieces;
-  for (uint32_t i = 0; i < array.Length(); ++i) {
-    const Napi::Value part = array.Get(i);
-    if (!part.IsBuffer()) throw Napi::TypeError::New(info.Env(), "expected an Array of Buffers");
-    const Napi::Buffer<char> buffer = part.As<Napi::Buffer<char>>();
-    pieces.parts.push_back(bytesOf(buffer));
-    kept.push_back(buffer);
-  }
-  return pieces;
+Napi::Value viewInProgress(Napi::Env env, tarnwick::StreamedView* view) {
+  return Napi::External<ViewInProgress>::New(env, new ViewInProgress(view),
+                                             [](Napi::Env, ViewInProgress* held) { delete held; });
+}
+
+ViewInProgress& viewArgument(const Napi::CallbackInfo& info) {
+  if (!info[0].IsExternal()) throw Napi::TypeError::New(info.Env(), "expected a view");
+  ViewInProgress& held = *info[0].As<Napi::External<ViewInProgress>>().Data();
+  if (!held.view) throw Napi::Error::New(info.Env(), "the view is finished");
+  return held;
 }
 
 Napi::Array stringArray(Napi::Env env, const std::vector<std::string>& words) {
@@ -91,19 +84,28 @@ Napi::Value colorDiff(const Napi::CallbackInfo& info) {
     nothing.Resolve(env.Undefined());
     return nothing.Promise();
   }
-  std::string text = tarnwick::readScriptText(env, info[0]);
+  std::size_t units = 0;
+  std::string text = tarnwick::readScriptText(env, info[0], &units);
   const bool showColorPreviews = info[1].ToBoolean();
   const bool markAddedRemoved = info[2].ToBoolean();
   const std::size_t bytes = text.size();
-  return renderText(env, bytes, [text = std::move(text), showColorPreviews, markAddedRemoved] {
-    return tarnwick::colorDiff(text, showColorPreviews, markAddedRemoved);
+  return renderText(env, bytes, [text = std::move(text), showColorPreviews, markAddedRemoved, units] {
+    return tarnwick::colorDiffWithin(text, showColorPreviews, markAddedRemoved, units, tarnwick::longestString());
   });
 }
 
+// A result that could be longer than the longest string is measured before it is made.
 Napi::Value styleMergeConflicts(const Napi::CallbackInfo& info) {
-  std::string text = tarnwick::readScriptText(info.Env(), info[0]);
+  std::size_t units = 0;
+  std::string text = tarnwick::readScriptText(info.Env(), info[0], &units);
   const std::size_t bytes = text.size();
-  return renderText(info.Env(), bytes, [text = std::move(text)] { return tarnwick::styleMergeConflicts(text); });
+  return renderText(info.Env(), bytes, [text = std::move(text), units]() -> std::optional<std::string> {
+    const std::size_t longest = tarnwick::longestString();
+    if (units + 4 * text.size() > longest && tarnwick::styledMergeConflictsLength(text) - text.size() + units > longest) {
+      return std::nullopt;
+    }
+    return tarnwick::styleMergeConflicts(text);
+  });
 }
 
 Napi::Value getAdvancedFiltersHTML(const Napi::CallbackInfo& info) {
@@ -159,26 +161,37 @@ Napi::Value showsGitError(const Napi::CallbackInfo& info) {
   return Napi::Boolean::New(info.Env(), shows);
 }
 
-// (log, filePath, selectedHash): the log as git's raw standard output in pieces, the others Buffers.
-Napi::Value renderCommitOptions(const Napi::CallbackInfo& info) {
-  std::vector<Napi::Object> kept = {bufferArgument(info, 1), bufferArgument(info, 2)};
-  const Bytes filePath = bytesOf(kept[0].As<Napi::Buffer<char>>());
-  const Bytes selectedHash = bytesOf(kept[1].As<Napi::Buffer<char>>());
-  const Pieces log = piecesArgument(info, 0, kept);
-  return RenderWorker::start(info.Env(), [log, filePath, selectedHash] {
-    return tarnwick::renderCommitOptions(tarnwick::asReadInPieces(log.joined()), filePath.copy(), selectedHash.copy());
-  }, kept);
+// (filePath, selectedHash), Buffers: the commit list of the log to come.
+Napi::Value commitOptions(const Napi::CallbackInfo& info) {
+  return viewInProgress(info.Env(), new tarnwick::CommitOptionsRenderer(bytesOf(bufferArgument(info, 0)).copy(),
+                                                                      bytesOf(bufferArgument(info, 1)).copy(),
+                                                                      tarnwick::longestString()));
 }
 
-// (blame, baseColor, contentText): the blame as git's raw standard output in pieces, the others Buffers.
-Napi::Value renderCodeView(const Napi::CallbackInfo& info) {
-  std::vector<Napi::Object> kept = {bufferArgument(info, 1), bufferArgument(info, 2)};
-  const Bytes baseColor = bytesOf(kept[0].As<Napi::Buffer<char>>());
-  const Bytes contentText = bytesOf(kept[1].As<Napi::Buffer<char>>());
-  const Pieces blame = piecesArgument(info, 0, kept);
-  return RenderWorker::start(info.Env(), [blame, baseColor, contentText] {
-    return tarnwick::renderCodeView(tarnwick::asReadInPieces(blame.joined()), baseColor.copy(), contentText.copy());
-  }, kept);
+// (baseColor, contentText), Buffers: the code view of the blame to come.
+Napi::Value codeView(const Napi::CallbackInfo& info) {
+  return viewInProgress(info.Env(), new tarnwick::CodeViewRenderer(bytesOf(bufferArgument(info, 0)).copy(),
+                                                                 bytesOf(bufferArgument(info, 1)).copy(),
+                                                                 tarnwick::longestString()));
+}
+
+// (view, piece): takes the next piece of git's output; returns false once the view is too long.
+Napi::Value addOutput(const Napi::CallbackInfo& info) {
+  const Bytes piece = bytesOf(bufferArgument(info, 1));
+  return Napi::Boolean::New(info.Env(), viewArgument(info).pieces.take(piece.data, piece.size));
+}
+
+// (view): once git's output has ended, returns the promise of the view, finished and decoded on
+// the pool.
+Napi::Value finishView(const Napi::CallbackInfo& info) {
+  std::shared_ptr<tarnwick::StreamedView> view = std::move(viewArgument(info).view);
+  return RenderWorker::start(info.Env(), [view] { return view->finish(); });
+}
+
+// (units): the host's longest string.
+Napi::Value setLongestString(const Napi::CallbackInfo& info) {
+  tarnwick::setLongestString(static_cast<std::size_t>(info[0].ToNumber().Int64Value()));
+  return info.Env().Undefined();
 }
 
 Napi::Object init(Napi::Env env, Napi::Object exports) {
@@ -193,8 +206,11 @@ Napi::Object init(Napi::Env env, Napi::Object exports) {
       {"blameArguments", blameArguments},
       {"hunkApplyArguments", hunkApplyArguments},
       {"showsGitError", showsGitError},
-      {"renderCommitOptions", renderCommitOptions},
-      {"renderCodeView", renderCodeView},
+      {"commitOptions", commitOptions},
+      {"codeView", codeView},
+      {"addOutput", addOutput},
+      {"finishView", finishView},
+      {"setLongestString", setLongestString},
   };
   for (const auto& method : methods) exports.Set(method.first, Napi::Function::New(env, method.second, method.first));
   return exports;

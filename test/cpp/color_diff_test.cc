@@ -140,7 +140,8 @@ void expectSameForEveryFlag(const std::string& text, const std::string& what) {
                                 std::to_string(static_cast<int>(level)) + ", " + std::to_string(text.size()) + " bytes";
       ASSERT_EQ(tarnwick::colorDiff(text, flags & 1, flags & 2), expected) << where;
       for (bool oneByte : {false, true}) {
-        const auto units = tarnwick::colorDiffUnits(text.data(), text.size(), oneByte, flags & 1, flags & 2);
+        const auto units =
+            tarnwick::colorDiffUnits(text.data(), text.size(), text.size(), oneByte, flags & 1, flags & 2, SIZE_MAX);
         const auto* data = reinterpret_cast<const unsigned char*>(units.block.data());
         const std::u16string made =
             !units.made     ? u""
@@ -150,6 +151,16 @@ void expectSameForEveryFlag(const std::string& text, const std::string& what) {
         ASSERT_FALSE(units.made && units.twoByte == oneByte) << where;
       }
     }
+  }
+}
+
+// A result past the longest string is known before it is made, to the unit.
+TEST(ColorDiffUnits, NothingMadePastTheLongestString) {
+  const std::string text = "+\xc3\xa9 #aabbcc\n-\xf0\x9f\x98\x80 rgb(1,2,3)";
+  const std::size_t textUnits = asUnits(text, false).size(), units = asUnits(tarnwick::colorDiff(text, true, true), false).size();
+  for (std::size_t longest : {units, units - 1}) {
+    const auto made = tarnwick::colorDiffUnits(text.data(), text.size(), textUnits, false, true, true, longest);
+    EXPECT_EQ(std::to_string(made.made) + std::to_string(made.tooLong), longest == units ? "10" : "01") << longest;
   }
 }
 
@@ -227,7 +238,7 @@ TEST(ColorDiff, ReadsNothingPastTheText) {
       if (!tarnwick::forceScanLevel(level)) continue;
       out.assign(tarnwick::measureColorDiff(start, length, true, true).total + tarnwick::kColorDiffSlack, '\0');
       tarnwick::writeColorDiff(&out[0], start, length, true, true);
-      tarnwick::colorDiffUnits(start, length, false, true, true);
+      tarnwick::colorDiffUnits(start, length, length, false, true, true, SIZE_MAX);
     }
   }
   munmap(pages, size);

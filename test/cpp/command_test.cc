@@ -1,15 +1,11 @@
-// The command helpers against the real shell and file system: the runner, split, the private
-// temporary file and shell quoting.
+// The command helpers against the real shell and file system: the runner, split and shell quoting.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <filesystem>
 
 #include "command/exec.h"
 #include "command/shell_quote.h"
 #include "command/split.h"
-#include "command/temporary_file.h"
 #include "git_samples.h"
 
 namespace {
@@ -98,29 +94,6 @@ TEST(AsReadInPieces, ZeroByteEndsItsPiece) {
       {std::string(127, 'c') + std::string("\0d", 2), std::string(127, 'c')}};
   for (const auto& [raw, kept] : table) EXPECT_EQ(tarnwick::asReadInPieces(raw), kept);
   EXPECT_EQ(run("printf 'ab\\000cd\\nef'"), "abef");
-}
-
-TEST(TemporaryFile, IsPrivateNewAndRemoved) {
-  const std::string bytes("a\0b\r\n\xff", 6);
-  std::string path;
-  {
-    const tarnwick::TemporaryFile file(bytes), other(bytes);
-    path = file.path();
-    ASSERT_EQ(path.substr(0, 1), "/");
-    EXPECT_NE(other.path(), path);
-    EXPECT_EQ(reference::runShell("cat " + path), bytes);
-    EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
-  }
-  EXPECT_FALSE(fs::exists(path));
-  // A text that cannot be written whole (a file size limit stands for a full disk) gives no file.
-  rlimit limit;
-  getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit small = {4, limit.rlim_max};
-  std::signal(SIGXFSZ, SIG_IGN);
-  setrlimit(RLIMIT_FSIZE, &small);
-  const tarnwick::TemporaryFile cut(bytes);
-  setrlimit(RLIMIT_FSIZE, &limit);
-  EXPECT_EQ(cut.path(), "");
 }
 
 TEST(Split, GoldenTable) {

@@ -1,6 +1,5 @@
 // The commit list: the log parser and the options built from it, against the std::regex
-// formulation on golden shapes, generated logs and a real repository. Runs with TZ=UTC.
-#include "command/git_invocation.h"
+// formulation on golden shapes and generated logs, whole and arriving in pieces. Runs with TZ=UTC.
 #include "mergetool/commit_list.h"
 
 #include <gtest/gtest.h>
@@ -12,8 +11,8 @@
 
 #include "commit_log_reference.h"
 #include "git_samples.h"
+#include "in_pieces.h"
 #include "large_stack.h"
-#include "mergetool/commit_log_parser.h"
 #include "mergetool/html_escape.h"
 
 namespace {
@@ -109,19 +108,24 @@ TEST(RenderCommitOptions, MatchesReferenceOnGeneratedLogs) {
       "3f9c2e1 3f9c2e1d8a4b 1600000000 Update readme\n", "\n", "\r\n", "M\tsrc/a.txt\n",
       "R100\told name.txt\tnew name.txt\n", "A\tmy file.txt\r\n", "e1 E1 0x1f \n", "m1 M1 17 Merge branch 'x'\n",
       "h H 1 \xc3\xa9 & <b> \"q\"\r\n", std::string("M\t\0\n", 4), "garbage line\n", " \t \n", "D\tp\n\n"};
+  // Lines longer than the subject shown, for the trimming of long lines.
+  const std::string words = std::string("a a a\tab  a b a ").append(150, 'a') + " a b a a a  b a b a";
+  const std::vector<std::string> longLines = {"a a a " + words + "\n\na a\n", "a a\n" + words + "\n\na " + words + "\n",
+                                              "a a a a\n\n" + words + "\n", words + "\n\na a\n", "a\n"};
   reference::runOnStack([&] {
     std::mt19937 random(1);
     for (const auto& [pieces, alphabet, count, rounds, least] :
          {std::tuple(&tiny, "a \n\r\t", 4u, 40000, 6000), std::tuple(&tiny, "ab \n\r\t\v\f", 6u, 20000, 3000),
-          std::tuple(&gitLike, " \t\n\rxM", 14u, 20000, 3000)}) {
+          std::tuple(&gitLike, " \t\n\rxM", 14u, 20000, 3000), std::tuple(&longLines, "a \n\r\t", 4u, 6000, 600)}) {
       int withRecords = 0;
       for (int round = 0; round < rounds; ++round) {
         const std::string log = generatedLog(random, *pieces, alphabet, count);
-        const auto records = reference::parseCommitLog(log);
-        ASSERT_TRUE(tarnwick::parseCommitLog(log) == records) << testing::PrintToString(log);
-        ASSERT_EQ(tarnwick::renderCommitOptions(log, "p", "a"), reference::renderCommitOptions(log, "p", "a"))
-            << testing::PrintToString(log);
-        withRecords += !records.empty();
+        const std::string expected = reference::renderCommitOptions(log, "p", "a");
+        ASSERT_EQ(tarnwick::renderCommitOptions(log, "p", "a"), expected) << testing::PrintToString(log);
+        const std::size_t piece = 1 + round % 23, trimFrom = round % 4 * 20;
+        ASSERT_EQ(reference::fedInPieces(tarnwick::CommitOptionsRenderer("p", "a", SIZE_MAX, trimFrom), log, piece), expected)
+            << testing::PrintToString(log) << " piece " << piece << " trim " << trimFrom;
+        withRecords += !expected.empty();
       }
       EXPECT_GT(withRecords, least) << "the generator misses the record shapes";
     }
@@ -132,49 +136,9 @@ TEST(RenderCommitOptions, MatchesReferenceOnGeneratedLogs) {
 TEST(RenderCommitOptions, HugeLinesOnASmallStack) {
   const std::string subject(std::size_t{1} << 20, 's');
   const std::string log = "h H 1 " + subject + "\n\nM\tf\n" + std::string(std::size_t{1} << 20, ' ') + "x";
-  std::vector<tarnwick::CommitRecord> records;
-  reference::runOnStack([&] { records = tarnwick::parseCommitLog(log); }, 64 * 1024);
-  ASSERT_EQ(records.size(), 1u);
-  EXPECT_EQ(records[0].subject.end - records[0].subject.begin, subject.size());
-}
-
-// What git prints for a history with renames and awkward subjects, with git's own line ends and
-// with carriage returns added, through the whole method and through the oracle.
-TEST(MergeToolGetCommitsListDropdown, MatchesReferenceOnARealRepository) {
-  const std::string subjects[] = {"plain", "", "with 'quotes' & <tags>", std::string(300, 'x'),
-                                  "\xc3\xa9t\xc3\xa9 \xe2\x82\xac", "ends in a carriage return\r", " leading",
-                                  "tab\tinside", std::string(99, 'y') + "\xe2\x82\xac"};
-  std::mt19937 random(7);
-  std::vector<reference::Commit> commits;
-  std::string file = "first name.txt";
-  for (long long i = 0; i < 40; ++i) {
-    const std::string renamed = i % 2 ? "d\xc3\xa9j\xc3\xa0 vu.txt" : "it's \"odd\" <&>.txt";
-    const std::string content = std::to_string(random()) + "\nshared line\nanother one\n";
-    const long long time = 1500000000 + i * 90000 + static_cast<int>(random() % 50000);
-    commits.push_back({"A <a@example.com>", time, subjects[random() % 9], reference::writeFile(file, content)});
-    if (i % 9 != 4) continue;
-    commits.push_back({"B <b@example.com>", time + 50000, "mv",
-                       "R " + reference::importPath(file) + " " + reference::importPath(renamed) + "\n"});
-    file = renamed;
-  }
-  const std::string folder = reference::makeTempFolder();
-  reference::importHistory(folder, commits);
-  for (const char* quotePath : {"true", "false"}) {
-    reference::runShell(std::string("git config core.quotePath ") + quotePath, folder);
-    const std::string log = reference::runShell(tarnwick::gitCommandLine(tarnwick::commitLogArguments(file)), folder);
-    const std::string withCarriageReturns =
-        reference::runShell(tarnwick::gitCommandLine(tarnwick::commitLogArguments(file)) + " | sed 's/$/\\r/'", folder);
-    ASSERT_GT(log.size(), 1000u);
-    reference::runOnStack([&] {
-      for (const std::string& hash : {std::string(), log.substr(0, log.find(' '))}) {
-        EXPECT_EQ(tarnwick::mergeToolGetCommitsListDropdown(file, folder, hash),
-                  reference::renderCommitOptions(log, file, hash));
-      }
-      EXPECT_EQ(tarnwick::renderCommitOptions(withCarriageReturns, file, ""),
-                reference::renderCommitOptions(withCarriageReturns, file, ""));
-    });
-  }
-  reference::removeFolder(folder);
+  std::string options;
+  reference::runOnStack([&] { options = tarnwick::renderCommitOptions(log, "p", ""); }, 64 * 1024);
+  EXPECT_EQ(options, option("f", "01 Jan 1970 " + subject.substr(0, 100) + "...", "h", "H"));
 }
 
 }  // namespace

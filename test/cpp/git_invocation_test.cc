@@ -23,14 +23,14 @@ const std::string kGuard = "[-c][core.fsmonitor=false][-c][core.hooksPath=/dev/n
 TEST(GitInvocation, EachCommandsWords) {
   const std::pair<std::vector<std::string>, std::string> table[] = {
       {tarnwick::commitLogArguments("-n"),
-       "[log][--no-ext-diff][--no-color][--follow][--pretty=%h %H %at %s][--name-status][--][-n]"},
-      {tarnwick::blameArguments("a b.txt", ""), "[blame][--line-porcelain][HEAD][a b.txt]"},
+       "[-c][core.quotePath=false][log][--no-ext-diff][--no-color][--follow][--pretty=%h %H %at %s][--name-status][--][-n]"},
+      {tarnwick::blameArguments("a b.txt", ""), "[blame][--line-porcelain][HEAD][--][a b.txt]"},
       {tarnwick::hunkApplyArguments(HunkAction::Stage, ""),
-       "[apply][--ignore-space-change][--ignore-whitespace][--whitespace=fix][--cached]"},
+       "[apply][--ignore-space-change][--ignore-whitespace][--whitespace=nowarn][--cached]"},
       {tarnwick::hunkApplyArguments(HunkAction::Unstage, ""),
-       "[apply][-R][--ignore-space-change][--ignore-whitespace][--whitespace=fix][--cached]"},
+       "[apply][-R][--ignore-space-change][--ignore-whitespace][--whitespace=nowarn][--cached]"},
       {tarnwick::hunkApplyArguments(HunkAction::Discard, ""),
-       "[apply][-R][--ignore-space-change][--ignore-whitespace][--whitespace=fix]"}};
+       "[apply][-R][--ignore-space-change][--ignore-whitespace][--whitespace=nowarn]"}};
   for (const auto& [words, expected] : table) EXPECT_EQ(joined(words), kGuard + expected);
 }
 

@@ -7,6 +7,7 @@ const assert = require('node:assert');
 const fs = require('fs');
 const path = require('path');
 const utils = require('../..');
+const promises = require('../../promises');
 const { makeRepo, commit, git, tempDir } = require('./support/repo');
 
 // Returns the hunks of a one-file diff, each with the file header (less its blob names) in front.
@@ -31,6 +32,47 @@ test('grsh, gruh and grdh stage, unstage and discard one hunk of several', () =>
     `${lines({ 2: 'first', 37: 'third' })}no final line feed`);
 });
 
+// The index or work tree receives exactly the hunk's lines whatever whitespace rules are in force,
+// and a line of the hunk that reads like git's error does not make it fail.
+test('hunks move exactly their lines under every whitespace rule and round-trip, on both faces', async () => {
+  const cases = [ // .gitattributes, the file in HEAD, the file changed
+    ['', 'a\nb\n', 'a\nb   \n'],
+    ['* whitespace=tab-in-indent\n', 'all:\n\techo a\n', 'all:\n\techo a\n\techo b\n'],
+    ['* whitespace=indent-with-non-tab\n', 'x\n', 'x\n        y\n'],
+    ['', 'a\n', 'a\nerror: b\n'],
+  ];
+  for (const face of [utils, promises]) {
+    for (const [attributes, head, changed] of cases) {
+      const repo = makeRepo();
+      commit(repo, { '.gitattributes': attributes, f: head }, 'first');
+      fs.writeFileSync(path.join(repo, 'f'), changed);
+      const patch = git(repo, ['diff']);
+      const steps = [await face.grsh(patch, repo), git(repo, ['show', ':f']), await face.gruh(patch, repo),
+        git(repo, ['diff', '--cached']), await face.grdh(patch, repo), fs.readFileSync(path.join(repo, 'f'), 'utf8')];
+      assert.deepStrictEqual(steps, [true, changed, true, '', true, head], JSON.stringify(changed));
+    }
+  }
+});
+
+// Twenty calls at once on one repository with a large index run one after another (git apply
+// holds the index lock while it writes the index), and one signal they share adds no listener per call.
+test('twenty hunks of one repository staged at once all apply, through one signal and no warning', async () => {
+  const repo = makeRepo();
+  const blob = git(repo, ['hash-object', '-w', '--stdin'], { input: 'x\n' }).trim();
+  git(repo, ['update-index', '--index-info'], { input: Array.from({ length: 50000 }, (_, i) => `100644 ${blob}\tmany/${i}\n`).join('') });
+  const lines = (edit) => Array.from({ length: 200 }, (_, i) => `${i % 10 === 5 && edit ? 'changed' : 'line'} ${i}\n`).join('');
+  commit(repo, { 'f.txt': lines(false) }, 'base');
+  fs.writeFileSync(path.join(repo, 'f.txt'), lines(true));
+  const patches = hunkPatches(git(repo, ['diff', '--', 'f.txt']));
+  const warnings = [];
+  process.on('warning', (warning) => warnings.push(warning.name));
+  const { signal } = new AbortController();
+  const answers = await Promise.all(patches.map((patch) => promises.grsh(patch, repo, { signal })));
+  await new Promise((resolve) => setImmediate(resolve));
+  assert.deepStrictEqual([patches.length, answers.every(Boolean), warnings], [20, true, []]);
+  assert.strictEqual(git(repo, ['diff', '--', 'f.txt']), '');
+});
+
 test('mtgcld lists a real file\'s commits newest first, across a rename', () => {
   const repo = makeRepo();
   const first = commit(repo, { 'old.txt': 'one\n' }, 'Add the file', 1600000000);
@@ -43,6 +85,24 @@ test('mtgcld lists a real file\'s commits newest first, across a rename', () => 
     + `<option data-dfp='new.txt' data-dlcid='${moved}' value='${short(moved)}' >${short(moved)} 14 Sep 2020 Rename &lt;it&gt; &amp; &quot;go&quot;</option>`
     + `<option data-dfp='old.txt' data-dlcid='${first}' value='${short(first)}' >${short(first)} 13 Sep 2020 Add the file</option>`);
   assert.strictEqual(utils.mtgcld('missing.txt', repo, ''), '');
+});
+
+// Each file by its own name: gone from the work tree, named like a tag, or not ASCII (git prints it
+// unquoted whatever the user's core.quotePath).
+test('mtgcld lists a deleted file, a file named like a tag and caf\u00e9.txt by their own names', async () => {
+  const repo = makeRepo();
+  git(repo, ['config', 'core.quotePath', 'true']);
+  const names = ['gone.txt', 'v1', 'caf\u00e9.txt'];
+  const ids = names.map((name) => commit(repo, { [name]: `${name}\n` }, `Add ${name}`));
+  git(repo, ['tag', 'v1']);
+  fs.unlinkSync(path.join(repo, 'gone.txt'));
+  for (const face of [utils, promises]) {
+    for (const [i, name] of names.entries()) {
+      const short = ids[i].slice(0, 7);
+      assert.strictEqual(await face.mtgcld(name, repo, ''),
+        `<option data-dfp='${name}' data-dlcid='${ids[i]}' value='${short}' >${short} 13 Sep 2020 Add ${name}</option>`);
+    }
+  }
 });
 
 test('mtgch shows a real file as in HEAD, with git\'s lines or the caller\'s', () => {

@@ -7,6 +7,7 @@
 
 #include "command/split.h"
 
+
 namespace reference {
 
 namespace {
@@ -22,27 +23,6 @@ const std::regex& blamePattern() {
 }
 
 }  // namespace
-
-std::vector<tarnwick::BlameRecord> parseBlame(const std::string& blame) {
-  std::vector<tarnwick::BlameRecord> records;
-  for (std::sregex_iterator it(blame.begin(), blame.end(), blamePattern()), end; it != end; ++it) {
-    const std::smatch& match = *it;
-    const auto span = [&](int group) {
-      const auto begin = static_cast<std::size_t>(match.position(group));
-      return tarnwick::TextSpan{begin, begin + static_cast<std::size_t>(match.length(group))};
-    };
-    tarnwick::BlameRecord record;
-    record.begin = span(0).begin;
-    record.end = span(0).end;
-    record.commitId = span(1);
-    record.finalLine = span(3);
-    record.author = span(5);
-    record.authorTime = span(7);
-    record.line = span(18);
-    records.push_back(record);
-  }
-  return records;
-}
 
 float getHexColorDelta(std::string first, std::string second) {
   unsigned int r1 = 0, g1 = 0, b1 = 0, r2 = 0, g2 = 0, b2 = 0;

@@ -3,6 +3,9 @@
 #include <cstdlib>
 #include <ctime>
 #include <regex>
+#include <vector>
+
+#include "mergetool/commit_log_parser.h"
 
 namespace reference {
 
@@ -14,6 +17,8 @@ std::string escapeHtml(const std::string& text) {
   }
   return out;
 }
+
+namespace {
 
 std::vector<tarnwick::CommitRecord> parseCommitLog(const std::string& log) {
   // The pattern text holds real line feeds and carriage returns; \s is the engine's own escape.
@@ -39,6 +44,8 @@ std::vector<tarnwick::CommitRecord> parseCommitLog(const std::string& log) {
   }
   return records;
 }
+
+}  // namespace
 
 std::string renderCommitOptions(const std::string& log, const std::string& filePath, const std::string& selectedHash) {
   std::string result;

@@ -139,7 +139,15 @@ std::string makeAdversarialBlame(std::uint32_t seed) {
   const Pick values = {"x", "<jane@example.com>", "1600000000", "", "author-mail x", "a author-mail\tm", "author-mail ",
                        "author-tz +1", "x author-tz", "author-time 5\rauthor-tz 6", "\r", " ", "abc 1 2", "committer z",
                        "a\rb", "\xc3\xa9", "author-mail", "author-tz"};
-  const auto value = [&] { return random() % 3 ? pick(random, {"v", "Some Value"}) : pick(random, values); };
+  // Now and then a long value of those pieces and hexadecimal runs, for the trimming of long lines.
+  const auto value = [&] {
+    if (random() % 7 == 0) {
+      std::string longValue;
+      for (int k = 2 + random() % 8; k > 0; --k) longValue += pick(random, values) + pick(random, blanks) + hex(random, random() % 12);
+      return longValue;
+    }
+    return random() % 3 ? pick(random, {"v", "Some Value"}) : pick(random, values);
+  };
   std::vector<std::string> lines;
   for (int r = 1 + random() % 5; r > 0; --r) {
     const unsigned shape = random() % 6;

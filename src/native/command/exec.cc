@@ -1,5 +1,7 @@
 #include "command/exec.h"
 
+#include "command/output_pieces.h"
+
 #include <errno.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -161,67 +163,6 @@ class SpawnSetup {
   posix_spawn_file_actions_t actions_;
 };
 
-// Hands output on as a loop of fgets into a 128-byte buffer would have collected it: in pieces of
-// at most 127 bytes, each ending after a line feed at the latest, and each cut at its first zero
-// byte. Keeps its place in the current piece, so output may arrive cut anywhere.
-class PieceFilter {
- public:
-  PieceFilter(OutputSink& sink, bool exact) : sink_(sink), exact_(exact) {}
-
-  bool take(const char* data, std::size_t size) {
-    if (exact_) return sink_.take(data, size);
-    if (!dropping_ && std::memchr(data, 0, size) == nullptr) {
-      std::size_t afterFeed = 0;
-      while (afterFeed < size && data[size - 1 - afterFeed] != '\n') ++afterFeed;
-      offset_ = (afterFeed < size ? afterFeed : offset_ + size) % kPiece;
-      return sink_.take(data, size);
-    }
-    const char* const end = data + size;
-    while (data < end) {
-      const char* kept = data;
-      while (data < end && !dropping_) {
-        const char c = *data++;
-        if (c == 0) {
-          dropping_ = true;
-          if (data - 1 > kept && !sink_.take(kept, static_cast<std::size_t>(data - 1 - kept))) return false;
-        }
-        if (c == '\n' || ++offset_ == kPiece) endPiece();
-      }
-      if (!dropping_ && data > kept && !sink_.take(kept, static_cast<std::size_t>(data - kept))) return false;
-      while (data < end && dropping_) {
-        const char c = *data++;
-        if (c == '\n' || ++offset_ == kPiece) endPiece();
-      }
-    }
-    return true;
-  }
-
- private:
-  static constexpr std::size_t kPiece = 127;
-  void endPiece() {
-    offset_ = 0;
-    dropping_ = false;
-  }
-
-  OutputSink& sink_;
-  const bool exact_;
-  std::size_t offset_ = 0;  // bytes of the current piece seen so far
-  bool dropping_ = false;   // a zero byte ended the current piece's text
-};
-
-// Collects output in a string.
-class StringSink final : public OutputSink {
- public:
-  explicit StringSink(std::string& text) : text_(text) {}
-  bool take(const char* data, std::size_t size) override {
-    text_.append(data, size);
-    return true;
-  }
-
- private:
-  std::string& text_;
-};
-
 // Reads what is available on `fd` into `buffer`; returns the byte count, or 0 at the end of the
 // stream or on an error other than an interruption.
 std::size_t readSome(int fd, char* buffer, std::size_t size) {
@@ -264,7 +205,7 @@ class PipeSignalHeld {
 
 // Writes `input` to the child and reads its output and errors until each pipe reaches its end, so
 // that none can fill up and stall the child. Returns false when `output` stopped it.
-bool drain(Descriptor& input, std::string_view pending, Descriptor& output, Descriptor& errors, PieceFilter& out,
+bool drain(Descriptor& input, std::string_view pending, Descriptor& output, Descriptor& errors, OutputSink& out,
            std::string& errorText) {
   std::unique_ptr<char[]> buffer(new char[65536]);
   const PipeSignalHeld held;
@@ -353,10 +294,12 @@ CommandResult exec(const std::string& command, const std::string& folder, const 
   output.write.close();
   errors.write.close();
   StringSink collected(result.output);
-  PieceFilter pieces(options.output != nullptr ? *options.output : collected, options.exactOutput);
+  OutputSink& sink = options.output != nullptr ? *options.output : collected;
+  FgetsPieces pieces(sink);
   bool finished = false;
   try {
-    finished = drain(input.write, options.input, output.read, errors.read, pieces, result.errors);
+    finished = drain(input.write, options.input, output.read, errors.read,
+                     options.exactOutput ? sink : static_cast<OutputSink&>(pieces), result.errors);
   } catch (...) {
     // The child and whatever it started are ended first, so the wait cannot hang.
     kill(-pid, SIGKILL);
@@ -376,14 +319,6 @@ bool forceFolderEntry(FolderEntry entry) {
   if (entry == FolderEntry::kSpawn && !spawnCanEnterFolder()) return false;
   folderEntry.store(static_cast<int>(entry));
   return true;
-}
-
-std::string asReadInPieces(std::string raw) {
-  if (std::memchr(raw.data(), '\0', raw.size()) == nullptr) return raw;
-  std::string kept;
-  StringSink collected(kept);
-  PieceFilter(collected, false).take(raw.data(), raw.size());
-  return kept;
 }
 
 }  // namespace tarnwick

@@ -6,15 +6,10 @@
 #include <string_view>
 #include <vector>
 
+#include "command/output_pieces.h"
+
 namespace tarnwick {
 
-// Receives a command's standard output as it arrives, in pieces of any size.
-class OutputSink {
- public:
-  virtual ~OutputSink() = default;
-  // Takes the next `size` bytes; returns false to stop the command.
-  virtual bool take(const char* data, std::size_t size) = 0;
-};
 
 // How `exec` runs a command, beyond its command line and folder.
 struct ExecOptions {
@@ -60,11 +55,6 @@ enum class FolderEntry { kSpawn, kShell };
 // Makes exec enter folders by `entry` from now on instead of the best this system offers, so that
 // tests can run both ways here. Returns false, changing nothing, when `entry` cannot run here.
 bool forceFolderEntry(FolderEntry entry);
-
-// Returns `raw` as a loop of `fgets` into a 128-byte buffer appends it to a string: pieces of at
-// most 127 bytes, each ending after a line feed at the latest, and each cut at its first zero
-// byte (what follows the zero in that piece is lost).
-std::string asReadInPieces(std::string raw);
 
 }  // namespace tarnwick
 

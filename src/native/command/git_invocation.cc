@@ -107,7 +107,10 @@ std::vector<std::string> guardedGitArguments(const std::string& driverSettings,
     const std::string name = record.substr(0, feed);
     if (offValue(name) == nullptr) continue;
     auto key = std::find_if(keys.begin(), keys.end(), [&](const Key& k) { return k.name == name; });
-    if (key == keys.end()) key = keys.insert(keys.end(), Key{name});
+    if (key == keys.end()) {
+      key = keys.insert(keys.end(), Key());
+      key->name = name;
+    }
     if (!userScope(scope)) {
       key->byRepository = true;
     } else {

@@ -220,6 +220,20 @@ void secondByteRange(unsigned char lead, unsigned char& low, unsigned char& high
   if (lead == 0xF4) high = 0x8F;
 }
 
+std::size_t leastUtf16Units(const char* text, std::size_t length) {
+  std::size_t continuations = 0;
+  std::size_t i = 0;
+  for (; i + 8 <= length; i += 8) {
+    std::uint64_t word;
+    std::memcpy(&word, text + i, sizeof word);
+    // One bit per continuation byte, at the byte's low end; a multiply adds them into the top byte.
+    const std::uint64_t marks = (word & ~(word << 1) & kHighBits) >> 7;
+    continuations += static_cast<std::size_t>((marks * 0x0101010101010101ull) >> 56);
+  }
+  for (; i < length; ++i) continuations += (static_cast<unsigned char>(text[i]) & 0xC0) == 0x80;
+  return length - continuations;
+}
+
 std::size_t decodeUtf8Replacing(const char* text, std::size_t length, std::uint16_t* out) {
   const auto* s = reinterpret_cast<const unsigned char*>(text);
   std::uint16_t* const begin = out;

@@ -23,6 +23,10 @@ void appendLatin1AsUtf8(const std::uint8_t* chars, std::size_t length, std::stri
 // Appends the UTF-8 form of `length` UTF-16 code units to `out`, as utf16ToUtf8 writes it.
 void appendUtf16AsUtf8(const std::uint16_t* units, std::size_t length, std::string& out);
 
+// Returns the fewest UTF-16 code units that `length` bytes decode to: one for each byte that is not
+// a continuation byte, since each of those begins a character or a replacement character.
+std::size_t leastUtf16Units(const char* text, std::size_t length);
+
 // Returns the length of the ASCII prefix of `text`.
 std::size_t asciiPrefixLength(const char* text, std::size_t length);
 

@@ -84,12 +84,27 @@ bool streamColorDiff(const char* text, std::size_t length, bool showColorPreview
   });
 }
 
-std::string colorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved) {
-  const std::size_t size = measureColorDiff(text.data(), text.size(), showColorPreviews, markAddedRemoved).total;
+namespace {
+
+std::string writtenColorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved, std::size_t size) {
   std::string out(size + kColorDiffSlack, '\0');
   writeColorDiff(&out[0], text.data(), text.size(), showColorPreviews, markAddedRemoved);
   out.resize(size);
   return out;
+}
+
+}  // namespace
+
+std::string colorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved) {
+  const std::size_t size = measureColorDiff(text.data(), text.size(), showColorPreviews, markAddedRemoved).total;
+  return writtenColorDiff(text, showColorPreviews, markAddedRemoved, size);
+}
+
+std::optional<std::string> colorDiffWithin(const std::string& text, bool showColorPreviews, bool markAddedRemoved,
+                                           std::size_t textUnits, std::size_t longestUnits) {
+  const std::size_t size = measureColorDiff(text.data(), text.size(), showColorPreviews, markAddedRemoved).total;
+  if (colorDiffTooLong(size, text.size(), textUnits, longestUnits)) return std::nullopt;
+  return writtenColorDiff(text, showColorPreviews, markAddedRemoved, size);
 }
 
 }  // namespace tarnwick

@@ -2,6 +2,7 @@
 #define UTILS_DIFF_COLOR_DIFF_H
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 #include "diff/color_diff_chunk.h"
@@ -12,6 +13,20 @@ namespace tarnwick {
 // a text over 10000 bytes is coloured in chunks cut at the slice's last line feed (at index 10 or
 // more of a 10000-byte slice, else after 10000 bytes), the line feed starting the next chunk.
 std::string colorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved);
+
+// Returns whether colorDiff's result of `totalBytes` (as measured) for a text of `textBytes`
+// bytes and `textUnits` UTF-16 units takes more than `longestUnits` units: its markup is ASCII
+// and every byte of the text stands in it once (a swatch repeats only ASCII), so this is known
+// before the result is made.
+inline bool colorDiffTooLong(std::size_t totalBytes, std::size_t textBytes, std::size_t textUnits,
+                             std::size_t longestUnits) {
+  return totalBytes - textBytes + textUnits > longestUnits;
+}
+
+// Returns colorDiff's result, or nothing (and nothing made) when it takes more than
+// `longestUnits` UTF-16 units, for a text of `textUnits` units.
+std::optional<std::string> colorDiffWithin(const std::string& text, bool showColorPreviews, bool markAddedRemoved,
+                                           std::size_t textUnits, std::size_t longestUnits);
 
 // The byte length of colorDiff's result, and of the HTML of its largest chunk.
 struct ColorDiffSize {

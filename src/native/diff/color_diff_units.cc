@@ -32,12 +32,16 @@ std::ptrdiff_t decodeInto(PageBlock& block, const char* text, std::size_t length
 
 }  // namespace
 
-ColorDiffUnits colorDiffUnits(const char* text, std::size_t length, bool oneByteText, bool showColorPreviews,
-                              bool markAddedRemoved) {
+ColorDiffUnits colorDiffUnits(const char* text, std::size_t length, std::size_t textUnits, bool oneByteText,
+                              bool showColorPreviews, bool markAddedRemoved, std::size_t longestUnits) {
   ColorDiffUnits result;
   // The markup holds no zero byte, so the result has one exactly when the text has.
   if (length > 0 && std::memchr(text, 0, length) != nullptr) return result;
   const ColorDiffSize size = measureColorDiff(text, length, showColorPreviews, markAddedRemoved);
+  if (colorDiffTooLong(size.total, length, textUnits, longestUnits)) {
+    result.tooLong = true;
+    return result;
+  }
   result.twoByte = !oneByteText;
   if (oneByteText && asciiPrefixLength(text, length) == length) {
     result.block = PageBlock::acquire(size.total + kColorDiffSlack);

@@ -12,21 +12,27 @@ bool opensTag(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '/' || c == '!' || c == '?';
 }
 
+// Counts the bytes it is given in place of a string, so that the escaping can be measured first.
+struct Measure {
+  std::size_t size = 0;
+  void append(const char*, std::size_t length) { size += length; }
+  void append(const char* begin, const char* end) { size += static_cast<std::size_t>(end - begin); }
+  void append(std::size_t count, char) { size += count; }
+};
+
 // Appends a run of `length` copies of `c` ("<" or ">"): whole groups of seven raw, then the rest
 // as `entity`. With `escapeLastGroup`, a last group that ends the run is escaped too, so that its
 // final "<" cannot open a tag with the text after the run.
-void appendRun(std::string& out, char c, std::size_t length, const char* entity, bool escapeLastGroup) {
+template <typename Out>
+void appendRun(Out& out, char c, std::size_t length, const char* entity, bool escapeLastGroup) {
   std::size_t raw = length / 7 * 7;
   if (escapeLastGroup && raw == length && raw > 0) raw -= 7;
   out.append(raw, c);
   for (std::size_t i = length - raw; i > 0; --i) out.append(entity, 4);
 }
 
-}  // namespace
-
-std::string styleMergeConflicts(const std::string& text) {
-  std::string out;
-  out.reserve(text.size() + text.size() / 8 + 16);
+template <typename Out>
+void style(const std::string& text, Out& out) {
   const char* p = text.data();
   const char* const end = p + text.size();
   while (p < end) {
@@ -48,7 +54,21 @@ std::string styleMergeConflicts(const std::string& text) {
     appendRun(out, c, static_cast<std::size_t>(run - p), c == '<' ? "&lt;" : "&gt;", tag);
     p = run;
   }
+}
+
+}  // namespace
+
+std::string styleMergeConflicts(const std::string& text) {
+  std::string out;
+  out.reserve(text.size() + text.size() / 8 + 16);
+  style(text, out);
   return out;
+}
+
+std::size_t styledMergeConflictsLength(const std::string& text) {
+  Measure measure;
+  style(text, measure);
+  return measure.size;
 }
 
 }  // namespace tarnwick

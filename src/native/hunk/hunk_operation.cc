@@ -3,15 +3,15 @@
 #include <utility>
 
 #include "command/git_invocation.h"
-#include "command/shell_quote.h"
-#include "command/temporary_file.h"
 
 namespace tarnwick {
 
 std::vector<std::string> hunkApplyArguments(HunkAction action, const std::string& driverSettings) {
   std::vector<std::string> words = {"apply"};
   if (action != HunkAction::Stage) words.emplace_back("-R");
-  for (const char* option : {"--ignore-space-change", "--ignore-whitespace", "--whitespace=fix"}) {
+  // nowarn: the index or work tree receives exactly the hunk's lines (fix would rewrite them by the
+  // whitespace rules in force, and every rule git applies echoes the line it concerns).
+  for (const char* option : {"--ignore-space-change", "--ignore-whitespace", "--whitespace=nowarn"}) {
     words.emplace_back(option);
   }
   if (action != HunkAction::Discard) words.emplace_back("--cached");
@@ -30,18 +30,21 @@ bool applyHunk(HunkAction action, const std::string& patchText, const std::strin
 }  // namespace
 
 bool showsGitError(const std::string& text) {
-  return text == "error" || text.find("error: ") != std::string::npos;
+  if (text == "error") return true;
+  for (std::size_t line = 0; line < text.size();) {
+    if (text.compare(line, 7, "error: ") == 0) return true;
+    const std::size_t feed = text.find('\n', line);
+    if (feed == std::string::npos) break;
+    line = feed + 1;
+  }
+  return false;
 }
 
 bool _executeHunkOperation(std::string command, std::string patchText, std::string repoPath) {
-  CommandResult result;
-  {
-    const TemporaryFile patch(patchText);
-    if (patch.path().empty()) return false;
-    ExecOptions options;
-    options.captureErrors = true;
-    result = runGit(command + " " + quoteForShell(patch.path()), repoPath, options);
-  }
+  ExecOptions options;
+  options.captureErrors = true;
+  options.input = patchText;
+  const CommandResult result = runGit(command, repoPath, options);
   return result.exitStatus == 0 && !showsGitError(result.output) && !showsGitError(result.errors);
 }
 

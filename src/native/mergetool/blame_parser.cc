@@ -17,15 +17,8 @@ bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 }  // namespace
 
-bool operator==(const TextSpan& a, const TextSpan& b) { return a.begin == b.begin && a.end == b.end; }
-
-bool operator==(const BlameRecord& a, const BlameRecord& b) {
-  return a.begin == b.begin && a.end == b.end && a.commitId == b.commitId && a.finalLine == b.finalLine &&
-         a.author == b.author && a.authorTime == b.authorTime && a.line == b.line;
-}
-
-BlameScanner::BlameScanner(const std::string& blame)
-    : text_(blame.data()), size_(blame.size()), failedAuthor_(kNone) {}
+BlameScanner::BlameScanner(const char* blame, std::size_t size, std::size_t limit)
+    : text_(blame), size_(size), limit_(limit), failedAuthor_(kNone) {}
 
 bool BlameScanner::startsWith(std::size_t at, std::string_view literal) const {
   return at <= size_ && size_ - at >= literal.size() && std::memcmp(text_ + at, literal.data(), literal.size()) == 0;
@@ -183,6 +176,10 @@ bool BlameScanner::next(BlameRecord& record) {
     std::size_t start = position_;
     while (start < size_ && !isIdChar(text_[start])) ++start;
     if (start >= size_) break;
+    if (start >= limit_) {
+      position_ = start;
+      return false;
+    }
     std::size_t idEnd = start;
     while (idEnd < size_ && isIdChar(text_[idEnd])) ++idEnd;
     // A match starting inside this run of id characters would see the same text after it.
@@ -194,14 +191,6 @@ bool BlameScanner::next(BlameRecord& record) {
   }
   position_ = size_;
   return false;
-}
-
-std::vector<BlameRecord> parseBlame(const std::string& blame) {
-  std::vector<BlameRecord> records;
-  BlameScanner scanner(blame);
-  BlameRecord record;
-  while (scanner.next(record)) records.push_back(record);
-  return records;
 }
 
 }  // namespace tarnwick

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace tarnwick {
 
@@ -27,9 +26,6 @@ struct BlameRecord {
   TextSpan line;          // the line as git writes it: a tab and the text (a CR stays at its end)
 };
 
-bool operator==(const TextSpan& a, const TextSpan& b);
-bool operator==(const BlameRecord& a, const BlameRecord& b);
-
 // Finds the blame records of a text one after the other, each search starting where the
 // previous record ended; text that does not form a record is passed over. Every record needs a
 // non-empty value in each field; CR LF line ends are accepted, and the line feeds after the
@@ -38,10 +34,17 @@ bool operator==(const BlameRecord& a, const BlameRecord& b);
 // let the whole record end win. Runs in time linear in the text and in constant stack.
 class BlameScanner {
  public:
-  explicit BlameScanner(const std::string& blame);
+  // Scans the `size` bytes at `blame`, trying only records that start before `limit` (what lies
+  // from there on may not have arrived in full): see resumeAt.
+  BlameScanner(const char* blame, std::size_t size, std::size_t limit);
+  explicit BlameScanner(const std::string& blame) : BlameScanner(blame.data(), blame.size(), blame.size()) {}
 
-  // Returns the next record in `record`, or false when there is none.
+  // Returns the next record in `record`, or false when there is none before the limit.
   bool next(BlameRecord& record);
+
+  // Returns where the search for the next record goes on once next() has returned false: the
+  // limit's side of everything tried.
+  std::size_t resumeAt() const { return position_; }
 
  private:
   bool matchAt(std::size_t start, std::size_t idEnd, BlameRecord& record);
@@ -56,6 +59,7 @@ class BlameScanner {
 
   const char* text_;
   std::size_t size_;
+  std::size_t limit_;
   std::size_t position_ = 0;
   // The line end found last, valid for every offset in [lineFrom_, lineTo_].
   std::size_t lineFrom_ = 1;
@@ -64,8 +68,6 @@ class BlameScanner {
   std::size_t failedAuthor_;
 };
 
-// Returns every blame record of `blame`, in order.
-std::vector<BlameRecord> parseBlame(const std::string& blame);
 
 }  // namespace tarnwick
 

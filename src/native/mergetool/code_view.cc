@@ -5,13 +5,11 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 #include "command/git_invocation.h"
-#include "command/path_operand.h"
 #include "command/split.h"
 #include "mergetool/blame_parser.h"
-#include "mergetool/color_delta.h"
 
 namespace tarnwick {
 
@@ -45,27 +43,29 @@ unsigned numberColumnWidth(std::size_t pieces) {
 
 }  // namespace
 
-std::string renderCodeView(const std::string& blame, const std::string& baseColor, const std::string& contentText) {
-  std::vector<std::string_view> lines;
+CodeViewRenderer::CodeViewRenderer(std::string baseColor, std::string contentText, std::size_t longestView,
+                                   std::size_t trimFrom)
+    : StreamedView(LineFormat::kBlame, contentText.empty(), longestView, trimFrom),
+      contentText_(std::move(contentText)),
+      base_(readHexColor(baseColor)) {
   unsigned width = 35;
-  if (!contentText.empty()) {
-    lines = split(contentText, '\n');
-    width = numberColumnWidth(lines.size());
+  if (!contentText_.empty()) {
+    lines_ = split(contentText_, '\n');
+    width = numberColumnWidth(lines_.size());
   }
   char widthText[8];
-  const std::string_view widthDecimal(widthText, static_cast<std::size_t>(
-                                                     std::to_chars(widthText, widthText + sizeof widthText, width).ptr -
-                                                     widthText));
-  const HexColor base = readHexColor(baseColor);
+  width_.assign(widthText, static_cast<std::size_t>(std::to_chars(widthText, widthText + sizeof widthText, width).ptr -
+                                                    widthText));
+}
 
-  std::string out;
-  out.reserve(blame.size() + contentText.size() + 256);
-  BlameScanner scanner(blame);
+std::size_t CodeViewRenderer::renderRecords(const char* blame, std::size_t size, std::size_t limit) {
+  std::string& out = view();
+  BlameScanner scanner(blame, size, limit);
   BlameRecord record;
   while (scanner.next(record)) {
-    const std::string_view id(blame.data() + record.commitId.begin, record.commitId.end - record.commitId.begin);
+    const std::string_view id(blame + record.commitId.begin, record.commitId.end - record.commitId.begin);
     const unsigned long lineNumber = readLineNumber(
-        std::string_view(blame.data() + record.finalLine.begin, record.finalLine.end - record.finalLine.begin));
+        std::string_view(blame + record.finalLine.begin, record.finalLine.end - record.finalLine.begin));
     char numberText[24];
     const std::string_view number(
         numberText,
@@ -74,7 +74,7 @@ std::string renderCodeView(const std::string& blame, const std::string& baseColo
     char colorText[6];
     std::size_t colorLength = id.size() < 6 ? id.size() : 6;
     std::memcpy(colorText, id.data(), colorLength);
-    if (static_cast<double>(hexColorDelta(readHexColor(std::string_view(colorText, colorLength)), base)) > 0.65) {
+    if (static_cast<double>(hexColorDelta(readHexColor(std::string_view(colorText, colorLength)), base_)) > 0.65) {
       colorLength = colorLength < 4 ? colorLength : 4;
       colorText[colorLength++] = 'f';
       colorText[colorLength++] = 'f';
@@ -82,10 +82,10 @@ std::string renderCodeView(const std::string& blame, const std::string& baseColo
     const std::string_view color(colorText, colorLength);
 
     std::string_view content;
-    if (!contentText.empty()) {
-      if (lineNumber >= 1 && lineNumber <= lines.size()) content = lines[lineNumber - 1];
+    if (!contentText_.empty()) {
+      if (lineNumber >= 1 && lineNumber <= lines_.size()) content = lines_[lineNumber - 1];
     } else {
-      content = std::string_view(blame.data() + record.line.begin, record.line.end - record.line.begin);
+      content = std::string_view(blame + record.line.begin, record.line.end - record.line.begin);
     }
     if (content.empty()) content = "\n";
 
@@ -100,30 +100,38 @@ std::string renderCodeView(const std::string& blame, const std::string& baseColo
     out += "; background-color: #";
     out += color;
     out += "33; width: ";
-    out += widthDecimal;
+    out += width_;
     out += "px;'>";
     out += number;
     out += "</span><span class='line-contents'>";
     out += content;
     out += "</span></div>";
   }
-  return out;
+  return scanner.resumeAt();
+}
+
+std::string renderCodeView(const std::string& blame, const std::string& baseColor, const std::string& contentText) {
+  CodeViewRenderer view(baseColor, contentText, SIZE_MAX);
+  view.take(blame.data(), blame.size());
+  return *view.finish();
 }
 
 std::vector<std::string> blameArguments(const std::string& filePath, const std::string& driverSettings) {
-  std::vector<std::string> words = {"blame", "--line-porcelain", "HEAD"};
-  appendPathOperand(words, filePath);
-  return guardedGitArguments(driverSettings, words);
+  return guardedGitArguments(driverSettings, {"blame", "--line-porcelain", "HEAD", "--", filePath});
 }
 
-std::string mergeToolGetCodeHTML(const std::string& filePath, const std::string& repoPath,
-                                 const std::string& baseColor, const std::string& contentText) {
+std::optional<std::string> mergeToolGetCodeHTML(const std::string& filePath, const std::string& repoPath,
+                                                const std::string& baseColor, const std::string& contentText,
+                                                std::size_t longestView) {
   std::string driverSettings;
   if (!listDriverSettings(repoPath, driverSettings)) return std::string();
   const std::vector<std::string> words = blameArguments(filePath, driverSettings);
   if (words.empty()) return std::string();
-  const std::string blame = runGit(gitCommandLine(words), repoPath, ExecOptions()).output;
-  return renderCodeView(blame, baseColor, contentText);
+  CodeViewRenderer view(baseColor, contentText, longestView);
+  ExecOptions options;
+  options.output = &view;
+  runGit(gitCommandLine(words), repoPath, options);
+  return view.finish();
 }
 
 }  // namespace tarnwick

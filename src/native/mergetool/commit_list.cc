@@ -1,12 +1,11 @@
 #include "mergetool/commit_list.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
 #include "command/git_invocation.h"
-#include "command/path_operand.h"
-#include "mergetool/author_date.h"
 #include "mergetool/commit_log_parser.h"
 #include "mergetool/html_escape.h"
 
@@ -18,11 +17,15 @@ constexpr std::size_t kSubjectLimit = 100;
 
 std::size_t length(TextRange range) { return range.end - range.begin; }
 
-// Writes the result straight into the bytes of a string that grows ahead of it: an option's
-// size is known to within the six bytes an escaped byte can take.
+// Writes options straight into the bytes of `out`, which grows ahead of them (an option's size is
+// known to within the six bytes an escaped byte can take), and is cut to what was written when
+// the writer goes.
 class OptionWriter {
  public:
-  explicit OptionWriter(const std::string& log) : log_(log) {}
+  OptionWriter(std::string_view log, std::string& out) : log_(log), out_(out), used_(out.size()) {}
+  ~OptionWriter() { out_.resize(used_); }
+  OptionWriter(const OptionWriter&) = delete;
+  OptionWriter& operator=(const OptionWriter&) = delete;
 
   // Makes room for `bytes` more bytes.
   void reserve(std::size_t bytes) {
@@ -41,38 +44,40 @@ class OptionWriter {
 
   void escaped(TextRange range) { escaped(log_.data() + range.begin, length(range)); }
 
-  std::string finish() {
-    out_.resize(used_);
-    return std::move(out_);
-  }
-
  private:
-  const std::string& log_;
-  std::string out_;
-  std::size_t used_ = 0;
+  const std::string_view log_;
+  std::string& out_;
+  std::size_t used_;
 };
 
-bool equals(const std::string& log, TextRange range, const std::string& text) {
+bool equals(std::string_view log, TextRange range, const std::string& text) {
   return length(range) == text.size() && log.compare(range.begin, text.size(), text) == 0;
 }
 
 }  // namespace
 
-std::string renderCommitOptions(const std::string& log, const std::string& filePath,
-                                const std::string& selectedHash) {
-  AuthorDateFormatter dates;
-  OptionWriter out(log);
-  for (const CommitRecord& record : parseCommitLog(log)) {
+CommitOptionsRenderer::CommitOptionsRenderer(std::string filePath, std::string selectedHash, std::size_t longestView,
+                                             std::size_t trimFrom)
+    : StreamedView(LineFormat::kCommitLog, false, longestView, trimFrom),
+      filePath_(std::move(filePath)),
+      selectedHash_(std::move(selectedHash)) {}
+
+std::size_t CommitOptionsRenderer::renderRecords(const char* text, std::size_t size, std::size_t limit) {
+  const std::string_view log(text, size);
+  OptionWriter out(log, view());
+  CommitLogScanner scanner(text, size, limit);
+  CommitRecord record;
+  while (scanner.next(record)) {
     const bool renamed = log[record.status.begin] == 'R';
     const bool cut = length(record.subject) > kSubjectLimit;
     const TextRange subject = {record.subject.begin, cut ? record.subject.begin + kSubjectLimit : record.subject.end};
-    const std::string& date = dates.format(log.data() + record.authorTime.begin, length(record.authorTime));
-    const std::size_t values = (renamed ? filePath.size() : length(record.path)) + length(record.fullHash) +
+    const std::string& date = dates_.format(log.data() + record.authorTime.begin, length(record.authorTime));
+    const std::size_t values = (renamed ? filePath_.size() : length(record.path)) + length(record.fullHash) +
                                2 * length(record.abbreviatedHash) + length(subject);
     out.reserve(128 + date.size() + 6 * values);
     out.literal("<option data-dfp='");
     if (renamed) {
-      out.escaped(filePath.data(), filePath.size());
+      out.escaped(filePath_.data(), filePath_.size());
     } else {
       out.escaped(record.path);
     }
@@ -81,7 +86,7 @@ std::string renderCommitOptions(const std::string& log, const std::string& fileP
     out.literal("' value='");
     out.escaped(record.abbreviatedHash);
     out.literal("' ");
-    if (equals(log, record.abbreviatedHash, selectedHash)) out.literal(" selected ");
+    if (equals(log, record.abbreviatedHash, selectedHash_)) out.literal(" selected ");
     out.literal(">");
     out.escaped(record.abbreviatedHash);
     out.literal(" ");
@@ -91,20 +96,30 @@ std::string renderCommitOptions(const std::string& log, const std::string& fileP
     if (cut) out.literal("...");
     out.literal("</option>");
   }
-  return out.finish();
+  return scanner.resumeAt();
+}
+
+std::string renderCommitOptions(const std::string& log, const std::string& filePath,
+                                const std::string& selectedHash) {
+  CommitOptionsRenderer view(filePath, selectedHash, SIZE_MAX);
+  view.take(log.data(), log.size());
+  return *view.finish();
 }
 
 std::vector<std::string> commitLogArguments(const std::string& filePath) {
-  std::vector<std::string> words = {"log", "--no-ext-diff", "--no-color", "--follow", "--pretty=%h %H %at %s",
-                                    "--name-status"};
-  appendPathOperand(words, filePath);
-  return guardedGitArguments("", words);
+  // The path after "--" whatever it is (a file deleted from the work tree, or named like a tag or
+  // an option), and the names git prints unquoted, whatever the user's core.quotePath.
+  return guardedGitArguments("", {"-c", "core.quotePath=false", "log", "--no-ext-diff", "--no-color", "--follow",
+                                  "--pretty=%h %H %at %s", "--name-status", "--", filePath});
 }
 
-std::string mergeToolGetCommitsListDropdown(const std::string& filePath, const std::string& repoPath,
-                                            const std::string& selectedHash) {
-  const std::string log = runGit(gitCommandLine(commitLogArguments(filePath)), repoPath, ExecOptions()).output;
-  return renderCommitOptions(log, filePath, selectedHash);
+std::optional<std::string> mergeToolGetCommitsListDropdown(const std::string& filePath, const std::string& repoPath,
+                                                           const std::string& selectedHash, std::size_t longestView) {
+  CommitOptionsRenderer view(filePath, selectedHash, longestView);
+  ExecOptions options;
+  options.output = &view;
+  runGit(gitCommandLine(commitLogArguments(filePath)), repoPath, options);
+  return view.finish();
 }
 
 }  // namespace tarnwick

@@ -1,17 +1,37 @@
 #ifndef UTILS_MERGETOOL_COMMIT_LIST_H
 #define UTILS_MERGETOOL_COMMIT_LIST_H
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "mergetool/author_date.h"
+#include "mergetool/streamed_view.h"
+
 namespace tarnwick {
 
-// Returns one <option> per commit record of `log` (see parseCommitLog), in order: data-dfp holds
-// the record's path, or `filePath` for a rename; data-dlcid the full hash; value the abbreviated
-// hash; the label the abbreviated hash, the author date ("%d %b %Y" in local time, empty when
-// the time has no calendar date) and the subject, cut to 100 bytes plus "..." when longer. An
-// option whose abbreviated hash equals `selectedHash` is marked selected. Every value is
-// HTML-escaped, so a browser reads back exactly what git printed.
+// Builds the commit list from `git log` output as it arrives (see StreamedView): one <option> per
+// commit record (see CommitLogScanner), in order: data-dfp holds the record's path, or `filePath`
+// for a rename; data-dlcid the full hash; value the abbreviated hash; the label the abbreviated
+// hash, the author date ("%d %b %Y" in local time, empty when the time has no calendar date) and
+// the subject, cut to 100 bytes plus "..." when longer. An option whose abbreviated hash equals
+// `selectedHash` is marked selected. Every value is HTML-escaped, so a browser reads back
+// exactly what git printed.
+class CommitOptionsRenderer final : public StreamedView {
+ public:
+  CommitOptionsRenderer(std::string filePath, std::string selectedHash, std::size_t longestView,
+                        std::size_t trimFrom = kTrimLinesFrom);
+
+ private:
+  std::size_t renderRecords(const char* log, std::size_t size, std::size_t limit) override;
+
+  std::string filePath_;
+  std::string selectedHash_;
+  AuthorDateFormatter dates_;
+};
+
+// Returns the options of a whole log.
 std::string renderCommitOptions(const std::string& log, const std::string& filePath,
                                 const std::string& selectedHash);
 
@@ -20,10 +40,11 @@ std::string renderCommitOptions(const std::string& log, const std::string& fileP
 std::vector<std::string> commitLogArguments(const std::string& filePath);
 
 // Returns the options for the commits that touched `filePath`, followed across renames, as
-// `git log` run inside `repoPath` lists them, newest first. Any path reaches git unchanged, and as
-// a path; a folder that cannot be entered runs nothing and gives the empty string.
-std::string mergeToolGetCommitsListDropdown(const std::string& filePath, const std::string& repoPath,
-                                            const std::string& selectedHash);
+// `git log` run inside `repoPath` lists them, newest first, built while git prints them. Any path
+// reaches git unchanged, and as a path; a folder that cannot be entered runs nothing and gives
+// the empty string; a list of more than `longestView` UTF-16 units gives nothing, git stopped.
+std::optional<std::string> mergeToolGetCommitsListDropdown(const std::string& filePath, const std::string& repoPath,
+                                                           const std::string& selectedHash, std::size_t longestView);
 
 }  // namespace tarnwick
 

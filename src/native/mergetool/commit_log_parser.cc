@@ -35,7 +35,7 @@ bool isNotLineFeed(char c) { return c != '\n'; }
 template <bool (*Member)(char)>
 class RunEnd {
  public:
-  explicit RunEnd(const std::string& text) : text_(text) {}
+  explicit RunEnd(std::string_view text) : text_(text) {}
 
   std::size_t operator()(std::size_t from) {
     if (from < from_ || from > end_) {
@@ -58,10 +58,12 @@ class RunEnd {
   }
 
  private:
-  const std::string& text_;
+  const std::string_view text_;
   std::size_t from_ = 1;  // an empty cache: no position lies in [1, 0]
   std::size_t end_ = 0;
 };
+
+}  // namespace
 
 // Decides for one start position whether a record begins there. Every step of the pattern is
 // forced once it succeeds: each [^\s]+ must end at a whitespace byte, so it takes its whole
@@ -71,9 +73,9 @@ class RunEnd {
 // success of the backtracking is the only way through, and each piece is found by one run end.
 // Each group start is a non-decreasing function of the start position, so each piece keeps its
 // own RunEnd and the whole parse stays linear.
-class RecordMatcher {
+class CommitLogScanner::Matcher {
  public:
-  explicit RecordMatcher(const std::string& text)
+  explicit Matcher(std::string_view text)
       : text_(text),
         firstWord_(text),
         secondWord_(text),
@@ -125,7 +127,7 @@ class RecordMatcher {
   std::size_t wordEnd(std::size_t start) { return firstWord_(start); }
 
  private:
-  const std::string& text_;
+  const std::string_view text_;
   RunEnd<isWordByte> firstWord_;
   RunEnd<isWordByte> secondWord_;
   RunEnd<isWordByte> thirdWord_;
@@ -136,28 +138,27 @@ class RecordMatcher {
   RunEnd<isNotLineFeed> restOfLine_;
 };
 
-}  // namespace
+CommitLogScanner::CommitLogScanner(const char* log, std::size_t size, std::size_t limit)
+    : log_(log, size), limit_(limit), matcher_(new Matcher(log_)) {}
 
-std::vector<CommitRecord> parseCommitLog(const std::string& log) {
-  std::vector<CommitRecord> records;
-  RecordMatcher matcher(log);
-  // A search starts at 0 or just after a record's closing line feed, so every start tried below
-  // is a word's first byte.
-  std::size_t position = 0;
-  while (position < log.size()) {
-    if (isSpace(log[position])) {
-      ++position;
+CommitLogScanner::~CommitLogScanner() = default;
+
+// A search starts at 0 or just after a record's closing line feed, so every start tried below is
+// a word's first byte.
+bool CommitLogScanner::next(CommitRecord& record) {
+  while (position_ < log_.size()) {
+    if (isSpace(log_[position_])) {
+      ++position_;
       continue;
     }
-    CommitRecord record;
-    if (matcher.matchAt(position, record)) {
-      records.push_back(record);
-      position = record.record.end;
-    } else {
-      position = matcher.wordEnd(position);
+    if (position_ >= limit_) return false;
+    if (matcher_->matchAt(position_, record)) {
+      position_ = record.record.end;
+      return true;
     }
+    position_ = matcher_->wordEnd(position_);
   }
-  return records;
+  return false;
 }
 
 }  // namespace tarnwick

@@ -2,8 +2,8 @@
 #define UTILS_MERGETOOL_COMMIT_LOG_PARSER_H
 
 #include <cstddef>
-#include <string>
-#include <vector>
+#include <memory>
+#include <string_view>
 
 namespace tarnwick {
 
@@ -12,10 +12,6 @@ struct TextRange {
   std::size_t begin = 0;
   std::size_t end = 0;
 };
-
-inline bool operator==(const TextRange& a, const TextRange& b) {
-  return a.begin == b.begin && a.end == b.end;
-}
 
 // One commit of `git log --follow --pretty="%h %H %at %s" --name-status`: the whole record and
 // the parts the dropdown uses, all as ranges of the log text.
@@ -29,16 +25,32 @@ struct CommitRecord {
   TextRange path;             // the word after the status, up to the next whitespace
 };
 
-inline bool operator==(const CommitRecord& a, const CommitRecord& b) {
-  return a.record == b.record && a.abbreviatedHash == b.abbreviatedHash && a.fullHash == b.fullHash &&
-         a.authorTime == b.authorTime && a.subject == b.subject && a.status == b.status && a.path == b.path;
-}
-
-// Returns the records of `log` in order, exactly where the ECMAScript pattern
+// Finds the records of a log one after the other, exactly where the ECMAScript pattern
 //   ([^\s]+)\s([^\s]+)\s([^\s]+)\s([^\n]+)\r?\n\r?\n([^\s]+)\s+([^\s]+)([^\n]+)?\n
 // matches under leftmost-first backtracking, each search starting where the previous match
-// ended; text that does not match is skipped. Linear in the length of `log`, constant stack.
-std::vector<CommitRecord> parseCommitLog(const std::string& log);
+// ended; text that does not match is skipped. Linear in the length of the log, constant stack.
+class CommitLogScanner {
+ public:
+  // Scans the `size` bytes at `log`, trying only records that start before `limit` (what lies from
+  // there on may not have arrived in full): see resumeAt.
+  CommitLogScanner(const char* log, std::size_t size, std::size_t limit);
+  ~CommitLogScanner();
+  CommitLogScanner(const CommitLogScanner&) = delete;
+  CommitLogScanner& operator=(const CommitLogScanner&) = delete;
+
+  // Returns the next record in `record`, or false when there is none before the limit.
+  bool next(CommitRecord& record);
+
+  // Returns where the search for the next record goes on once next() has returned false.
+  std::size_t resumeAt() const { return position_; }
+
+ private:
+  std::string_view log_;
+  std::size_t limit_;
+  std::size_t position_ = 0;
+  class Matcher;
+  std::unique_ptr<Matcher> matcher_;
+};
 
 }  // namespace tarnwick
 

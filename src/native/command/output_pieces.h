@@ -1,0 +1,56 @@
+#ifndef UTILS_COMMAND_OUTPUT_PIECES_H
+#define UTILS_COMMAND_OUTPUT_PIECES_H
+
+#include <cstddef>
+#include <string>
+
+namespace tarnwick {
+
+// Receives a command's standard output as it arrives, in pieces of any size.
+class OutputSink {
+ public:
+  virtual ~OutputSink() = default;
+  // Takes the next `size` bytes; returns false to stop the command.
+  virtual bool take(const char* data, std::size_t size) = 0;
+};
+
+// Collects output in a string.
+class StringSink final : public OutputSink {
+ public:
+  explicit StringSink(std::string& text) : text_(text) {}
+  bool take(const char* data, std::size_t size) override {
+    text_.append(data, size);
+    return true;
+  }
+
+ private:
+  std::string& text_;
+};
+
+// Hands output on to `sink` as a loop of fgets into a 128-byte buffer would have collected it: in
+// pieces of at most 127 bytes, each ending after a line feed at the latest, and each cut at its
+// first zero byte (what follows the zero in that piece is lost). Keeps its place in the current
+// piece, so output may arrive cut anywhere.
+class FgetsPieces final : public OutputSink {
+ public:
+  explicit FgetsPieces(OutputSink& sink) : sink_(sink) {}
+  bool take(const char* data, std::size_t size) override;
+
+ private:
+  static constexpr std::size_t kPiece = 127;
+  void endPiece() {
+    offset_ = 0;
+    dropping_ = false;
+  }
+
+  OutputSink& sink_;
+  std::size_t offset_ = 0;  // bytes of the current piece seen so far
+  bool dropping_ = false;   // a zero byte ended the current piece's text
+};
+
+// Returns `raw` as FgetsPieces hands it on.
+std::string asReadInPieces(std::string raw);
+
+}  // namespace tarnwick
+
+#endif

@@ -1,0 +1,35 @@
+#include "mergetool/streamed_view.h"
+
+#include <utility>
+
+#include "convert/utf8_codec.h"
+
+namespace tarnwick {
+
+StreamedView::StreamedView(LineFormat format, bool keepContentLines, std::size_t longestView, std::size_t trimFrom)
+    : window_(format, keepContentLines, trimFrom), longestView_(longestView) {}
+
+bool StreamedView::take(const char* data, std::size_t size) {
+  if (tooLong_) return false;
+  window_.append(data, size);
+  scan(false);
+  return !tooLong_;
+}
+
+std::optional<std::string> StreamedView::finish() {
+  if (!tooLong_) scan(true);
+  if (tooLong_) return std::nullopt;
+  return std::move(view_);
+}
+
+void StreamedView::scan(bool atEnd) {
+  window_.consume(renderRecords(window_.data(), window_.size(), window_.decidedBefore(atEnd)));
+  units_ += leastUtf16Units(view_.data() + measured_, view_.size() - measured_);
+  measured_ = view_.size();
+  if (units_ > longestView_) {
+    tooLong_ = true;
+    std::string().swap(view_);
+  }
+}
+
+}  // namespace tarnwick
