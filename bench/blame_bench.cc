@@ -6,6 +6,7 @@
 
 #include "blame_reference.h"
 #include "git_samples.h"
+#include "sample_repository.h"
 #include "large_stack.h"
 #include "mergetool/code_view.h"
 
@@ -14,7 +15,7 @@ namespace {
 const std::string& realBlame() {
   static const std::string blame = [] {
     const std::string folder = reference::makeTempFolder();
-    const std::string path = reference::makeSampleRepository(folder, 4242, 300, 1, 4000)[0];
+    const std::string path = bench::makeSampleRepository(folder, 4242, 300, 1, 4000)[0];
     std::string text = reference::runShell("git blame --line-porcelain HEAD -- " + reference::shellQuoted(path), folder);
     reference::removeFolder(folder);
     return text;

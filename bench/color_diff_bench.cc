@@ -9,14 +9,14 @@
 #include "color_diff_reference.h"
 #include "diff/color_diff.h"
 #include "diff/color_diff_units.h"
-#include "git_samples.h"
+#include "sample_repository.h"
 #include "large_stack.h"
 
 namespace {
 
 const std::string& megabyteDiff() {
   static const std::string diff = [] {
-    std::string text = reference::makeGitDiff(20260101, 60, 900);
+    std::string text = bench::makeGitDiff(20260101, 60, 900);
     while (text.size() < (1u << 20)) text += text;  // a smaller git than expected: repeat the diff
     return text;
   }();

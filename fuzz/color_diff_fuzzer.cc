@@ -6,14 +6,12 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
-#include <vector>
 
 #include "color_diff_reference.h"
-#include "convert/utf8_codec.h"
 #include "diff/byte_bitmap.h"
 #include "diff/color_diff.h"
-#include "diff/color_diff_units.h"
 #include "large_stack.h"
+#include "units.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
@@ -28,20 +26,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   // As characters: made exactly when the result has no zero byte and is UTF-8 (whose characters
   // all fit in a byte, for a one-byte text), and then equal to its decoding.
-  std::vector<std::uint16_t> decoded(expected.size());
-  std::ptrdiff_t n = tarnwick::decodeUtf8(expected.data(), expected.size(), decoded.data());
-  for (std::ptrdiff_t i = 0; i < n; ++i) {
-    if (decoded[i] == 0 || (oneByte && decoded[i] > 0xFF)) n = -1;
-  }
   const tarnwick::ColorDiffUnits units =
       tarnwick::colorDiffUnits(text.data(), text.size(), text.size(), oneByte, show, mark, SIZE_MAX);
-  if (units.made != (n >= 0) || (units.made && (units.twoByte == oneByte || units.length != std::size_t(n)))) {
-    std::abort();
-  }
-  for (std::size_t i = 0; units.made && i < units.length; ++i) {
-    const std::uint16_t unit = units.twoByte ? reinterpret_cast<const std::uint16_t*>(units.block.data())[i]
-                                             : static_cast<unsigned char>(units.block.data()[i]);
-    if (unit != decoded[i]) std::abort();
-  }
+  if (reference::madeUnits(units, oneByte) != reference::asUnits(expected, oneByte)) std::abort();
   return 0;
 }

@@ -11,29 +11,14 @@
 #include <vector>
 
 #include "convert/utf8_codec.h"
+#include "units.h"
 
 namespace {
 
-using Units = std::vector<std::uint16_t>;
-
-bool wellFormed(const Units& units) {
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    const bool high = units[i] >= 0xD800 && units[i] < 0xDC00;
-    if (high && i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000) ++i;
-    else if (units[i] >= 0xD800 && units[i] < 0xE000) return false;
-  }
-  return true;
-}
-
-// Returns the units decoded by decodeUtf8, or nothing for bytes it rejects.
-std::optional<Units> decode(const std::string& bytes) {
-  Units units(bytes.size());
-  const std::ptrdiff_t n = tarnwick::decodeUtf8(bytes.data(), bytes.size(), units.data());
-  if (n > static_cast<std::ptrdiff_t>(bytes.size())) std::abort();
-  if (n < 0) return std::nullopt;
-  units.resize(static_cast<std::size_t>(n));
-  return units;
-}
+using reference::decode;
+using reference::encode;
+using reference::wellFormed;
+using Units = std::u16string;
 
 // Returns the units decoded by Utf8PieceDecoder from three pieces, or nothing when it rejects them.
 template <typename Unit>
@@ -45,14 +30,6 @@ std::optional<Units> decodeInPieces(const std::string& bytes, std::size_t cut1, 
   decoder.add(bytes.data() + cut2, bytes.size() - cut2);
   if (decoder.finish() < 0) return std::nullopt;
   return Units(out.begin(), out.begin() + decoder.finish());
-}
-
-// Returns appendUtf16AsUtf8's bytes for `units`, checking that it appends.
-std::string encode(const Units& units) {
-  std::string out = "x";
-  tarnwick::appendUtf16AsUtf8(units.data(), units.size(), out);
-  if (out[0] != 'x') std::abort();
-  return out.substr(1);
 }
 
 }  // namespace
@@ -67,18 +44,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (decoded && (!wellFormed(*decoded) || encode(*decoded) != bytes)) std::abort();
   const std::size_t cut1 = size > 0 ? data[0] % (size + 1) : 0;
   const std::size_t cut2 = cut1 + (size > 1 ? data[1] % (size - cut1 + 1) : 0);
-  const bool oneByte =
-      decoded && std::all_of(decoded->begin(), decoded->end(), [](std::uint16_t u) { return u < 256; });
+  const bool oneByte = decoded && std::all_of(decoded->begin(), decoded->end(), [](char16_t u) { return u < 256; });
   if (decodeInPieces<std::uint16_t>(bytes, cut1, cut2) != decoded ||
       decodeInPieces<std::uint8_t>(bytes, cut1, cut2) != (oneByte ? decoded : std::nullopt)) {
     std::abort();
   }
 
   // The bytes as UTF-16 code units, and as Latin-1 characters.
-  Units units(size / 2);
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    units[i] = static_cast<std::uint16_t>(data[2 * i] | (data[2 * i + 1] << 8));
-  }
+  Units units(size / 2, u'\0');
+  for (std::size_t i = 0; i < units.size(); ++i) units[i] = static_cast<char16_t>(data[2 * i] | (data[2 * i + 1] << 8));
   if (wellFormed(units) && decode(encode(units)) != units) std::abort();
   std::string latin1 = "x";
   tarnwick::appendLatin1AsUtf8(data, size, latin1);

@@ -43,12 +43,8 @@ void RenderWorker::OnError(const Napi::Error& error) { deferred_.Reject(error.Va
 
 Napi::Promise settledWithText(Napi::Env env, std::optional<std::string> text) {
   Napi::Promise::Deferred deferred = Napi::Promise::Deferred::New(env);
-  if (text) {
-    const ScriptString string(std::move(*text));
-    settle(deferred, env, &string);
-  } else {
-    settle(deferred, env, nullptr);
-  }
+  const std::unique_ptr<ScriptString> string(text ? new ScriptString(std::move(*text)) : nullptr);
+  settle(deferred, env, string.get());
   return deferred.Promise();
 }
 

@@ -1,10 +1,9 @@
 // The blame code view: the record scanner and the markup built from it, against the std::regex
-// formulation on golden shapes, generated text and real blame output.
+// formulation on golden shapes and generated text, whole and as it arrives.
 #include "mergetool/code_view.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "git_samples.h"
 #include "in_pieces.h"
 #include "large_stack.h"
+#include "mergetool/record_window.h"
 
 namespace {
 
@@ -54,6 +54,8 @@ TEST(RenderCodeView, GoldenTable) {
       {"octal line number, short id", record("ab", "1 010", "\tx"), "ffffff", "", element("ab", "8", "ab", "\tx")},
       {"empty author dropped", record(id, "1 1", "\ta") + "abc 2 2\nauthor \n" + record(id, "3 3", "\tc"), "ffffff", "",
        element(id, "1", id, "\ta") + element(id, "3", id, "\tc")},
+      {"empty author before its mail on one line", "abc 2 2\nauthor author-mail <m>\n" + record(id, "3 3", "\tc").substr(40),
+       "ffffff", "", ""},
       {"nothing", "", "ffffff", "x", ""},
       {"no final line feed", unfinished, "ffffff", "", ""},
   };
@@ -93,25 +95,17 @@ TEST(RenderCodeView, StopsPastTheLongestString) {
   EXPECT_LT(fed, blame.size() / 2);
 }
 
-// Real output: boundary and previous lines, several authors, CR LF, a path with a space and
-// non-ASCII characters, a file of one line; with and without content, several base colours.
-TEST(RenderCodeView, MatchesReferenceOnRealBlame) {
-  for (const auto& [commits, files, lines] : {std::array{12, 3, 120}, std::array{1, 1, 1}}) {
-    const std::string folder = reference::makeTempFolder();
-    for (const std::string& path : reference::makeSampleRepository(folder, 77, commits, files, lines)) {
-      const std::string blame =
-          reference::runShell("git blame --line-porcelain HEAD -- " + reference::shellQuoted(path), folder);
-      EXPECT_NE(blame.find("\nboundary"), std::string::npos) << path;
-      EXPECT_EQ(blame.find("\nprevious ") != std::string::npos, commits > 1) << path;
-      std::string content;
-      for (int i = 0; i < lines; ++i) content += "shown " + std::to_string(i) + "\n";
-      for (const char* base : {"ffffff", "000000", "3c7ab0"}) {
-        for (const std::string& text : {std::string(), content}) {
-          ASSERT_EQ(tarnwick::renderCodeView(blame, base, text), reference::renderCodeView(blame, base, text)) << path;
-        }
-      }
+// Of a long line that no record can show, what is held stays small however long it grows.
+TEST(RecordWindow, HoldsLongLinesTrimmed) {
+  std::string words;
+  for (int i = 0; i < 100000; ++i) words += "word ";
+  for (const auto format : {tarnwick::LineFormat::kBlame, tarnwick::LineFormat::kCommitLog}) {
+    tarnwick::RecordWindow window(format, false, 4096);
+    const std::string line = (format == tarnwick::LineFormat::kBlame ? "summary " : "h H 1 ") + words;
+    for (std::size_t at = 0; at < line.size(); at += 1000) {
+      window.append(line.data() + at, std::min<std::size_t>(1000, line.size() - at));
+      ASSERT_LT(window.size(), 8192u) << at;
     }
-    reference::removeFolder(folder);
   }
 }
 

@@ -1,5 +1,5 @@
 // The diff view against its std::regex formulation: golden edge cases, generated text, every
-// colour shape, chunk cuts, real git diffs, every byte scan and both widths of script string.
+// colour shape, chunk cuts, every byte scan and both widths of script string.
 #include "diff/color_diff.h"
 
 #include <gtest/gtest.h>
@@ -15,8 +15,8 @@
 #include "convert/utf8_codec.h"
 #include "diff/byte_bitmap.h"
 #include "diff/color_diff_units.h"
-#include "git_samples.h"
 #include "large_stack.h"
+#include "units.h"
 
 namespace {
 
@@ -77,8 +77,7 @@ void expectChunkAsReference(const std::string& input) {
 }
 
 // Generated text of the pieces the six passes react to and of the bytes just outside their
-// classes, seeded; then every functional colour written from its parts, and hexadecimal codes of
-// every length, each followed by the characters just outside its classes.
+// classes, seeded; then every functional colour written from its parts.
 TEST(ColorDiffChunk, MatchesReferenceOnGeneratedText) {
   const char* const tokens[] = {
       "+", "-", "@@", "@", " ", "\t", "\v", "\f", "\r", "\n", "\n", "\n", "\r\n", "x", "\\", kNote.c_str(),
@@ -105,28 +104,9 @@ TEST(ColorDiffChunk, MatchesReferenceOnGeneratedText) {
               ASSERT_EQ(tarnwick::colorDiffChunk(input, true, false), reference::colorDiffChunk(input, true, false))
                   << input;
             }
-  for (int digits = 0; digits <= 10; ++digits) {
-    for (const char* after : {"", " ", "g", "G", ":", "/", "@", "`", "#", "\n"}) {
-      std::string upper = "x#", lower = "x#";
-      for (int i = 0; i < digits; ++i) {
-        upper += "0123456789ABCDEF"[(i * 7) % 16];
-        lower += "0123456789abcdef"[(i * 5) % 16];
-      }
-      expectChunkAsReference(upper + after);
-      expectChunkAsReference(lower + after);
-    }
-  }
 }
 
-// Returns `html` as the characters colorDiffUnits makes of it (UTF-16 units, or bytes when
-// `oneByte`), or "" when it leaves the result to the host's decoder.
-std::u16string asUnits(const std::string& html, bool oneByte) {
-  std::u16string units(html.size(), u'\0');
-  const std::ptrdiff_t n = tarnwick::decodeUtf8(html.data(), html.size(), reinterpret_cast<std::uint16_t*>(&units[0]));
-  units.resize(n < 0 ? 0 : n);
-  const bool fits = std::all_of(units.begin(), units.end(), [&](char16_t u) { return u && (!oneByte || u < 256); });
-  return n >= 0 && fits ? units : u"";
-}
+using reference::asUnits;
 
 // Checks colorDiff against the reference for every flag combination and every byte scan this
 // processor runs, as bytes and as the characters of a one- or two-byte script string.
@@ -142,13 +122,7 @@ void expectSameForEveryFlag(const std::string& text, const std::string& what) {
       for (bool oneByte : {false, true}) {
         const auto units =
             tarnwick::colorDiffUnits(text.data(), text.size(), text.size(), oneByte, flags & 1, flags & 2, SIZE_MAX);
-        const auto* data = reinterpret_cast<const unsigned char*>(units.block.data());
-        const std::u16string made =
-            !units.made     ? u""
-            : units.twoByte ? std::u16string(reinterpret_cast<const char16_t*>(data), units.length)
-                            : std::u16string(data, data + units.length);
-        ASSERT_EQ(made, asUnits(expected, oneByte)) << where << (oneByte ? ", one byte" : "");
-        ASSERT_FALSE(units.made && units.twoByte == oneByte) << where;
+        ASSERT_EQ(reference::madeUnits(units, oneByte), asUnits(expected, oneByte)) << where << (oneByte ? ", one byte" : "");
       }
     }
   }
@@ -201,26 +175,6 @@ TEST(ColorDiff, MatchesReferenceAtEveryCut) {
            // A note whose line starts a 64-byte word and whose backslash ends it.
            std::string(63, 'a') + "\n" + std::string(63, 'b') + kNote + "\n"}) {
     expectSameForEveryFlag(text, "long line");
-  }
-}
-
-// Long generated texts with lines of every length around the slice size, and real git diffs.
-TEST(ColorDiff, MatchesReferenceOnLongAndRealDiffs) {
-  const char* const pieces[] = {"+", "-", "@@", "\n", "\r\n", " #aBcDeF1", " rgba(1, 2, 3, .5)", "rgb\n(1,2,3)",
-                                "\\ No newline at end of file", "\xf0\x9f\x98\x80", "text "};
-  std::mt19937 random(99);
-  for (int round = 0; round < 12; ++round) {
-    std::string text;
-    for (const std::size_t target = 10000 + random() % 30000; text.size() < target;) {
-      text += random() % 20 == 0 ? std::string(random() % 12000, 'w') : pieces[random() % std::size(pieces)];
-    }
-    expectSameForEveryFlag(text, "generated round " + std::to_string(round));
-  }
-  for (unsigned seed : {1u, 2u}) {
-    const std::string diff = reference::makeGitDiff(seed, 8, 150);
-    ASSERT_GT(diff.size(), 10000u) << "git made no diff";
-    expectSameForEveryFlag(diff, "git diff " + std::to_string(seed));
-    expectSameForEveryFlag(diff.substr(0, 9000), "start of git diff");
   }
 }
 

@@ -39,7 +39,8 @@ class Exec : public ::testing::TestWithParam<tarnwick::FolderEntry> {
   }
 };
 INSTANTIATE_TEST_SUITE_P(FolderEntries, Exec,
-                         ::testing::Values(tarnwick::FolderEntry::kSpawn, tarnwick::FolderEntry::kShell));
+                         ::testing::Values(tarnwick::FolderEntry::kSpawn, tarnwick::FolderEntry::kShell),
+                         [](const auto& entry) { return entry.param == tarnwick::FolderEntry::kSpawn ? "Spawn" : "Shell"; });
 
 TEST_P(Exec, ReturnsOutputExitStatusAndErrorsWhenAsked) {
   for (std::size_t length : {0u, 1u, 127u, 128u, 60000u}) {  // lines across the 127-byte reads, one unfinished
@@ -53,6 +54,7 @@ TEST_P(Exec, ReturnsOutputExitStatusAndErrorsWhenAsked) {
   EXPECT_EQ(both.output + "|" + both.errors + "|" + std::to_string(both.exitStatus), "out\nmore\n|to-error\n|3");
   EXPECT_EQ(tarnwick::exec("kill -9 $$", ".").exitStatus, -1);
   EXPECT_EQ(tarnwick::exec("tarnwick-no-such-command", ".").exitStatus, 127);
+  EXPECT_EQ(tarnwick::exec("exec >&-; sleep 0.1; exit 3", ".").exitStatus, 3);  // its status, not a kill's, once its output closed
   EXPECT_EQ(run("cat; echo done"), "done\n");  // standard input is empty
   // Both pipes are read together: a command filling standard error first does not stall.
   const tarnwick::CommandResult full =
@@ -91,8 +93,19 @@ TEST(AsReadInPieces, ZeroByteEndsItsPiece) {
   const std::pair<std::string, std::string> table[] = {
       {"plain\ntext", "plain\ntext"}, {std::string("ab\0cd\nef", 8), "abef"}, {std::string("\0\nx\n", 4), "x\n"},
       {a + std::string(1, '\0') + b + "\n", a + std::string(74, 'b') + "\n"},  // the first piece ends after 127 bytes
-      {std::string(127, 'c') + std::string("\0d", 2), std::string(127, 'c')}};
-  for (const auto& [raw, kept] : table) EXPECT_EQ(tarnwick::asReadInPieces(raw), kept);
+      {std::string(127, 'c') + std::string("\0d", 2), std::string(127, 'c')},
+      {"\n" + std::string(120, 'a') + std::string(1, '\0') + "bbbbbbbbbb\n", "\n" + std::string(120, 'a') + "bbbb\n"}};
+  for (const auto& [raw, kept] : table) {
+    EXPECT_EQ(tarnwick::asReadInPieces(raw), kept);
+    for (std::size_t cut = 0; cut <= raw.size(); ++cut) {  // as it arrives: cut anywhere, the place in the piece kept
+      std::string got;
+      tarnwick::StringSink sink(got);
+      tarnwick::FgetsPieces pieces(sink);
+      pieces.take(raw.data(), cut);
+      pieces.take(raw.data() + cut, raw.size() - cut);
+      EXPECT_EQ(got, kept) << cut;
+    }
+  }
   EXPECT_EQ(run("printf 'ab\\000cd\\nef'"), "abef");
 }
 
@@ -102,10 +115,8 @@ TEST(Split, GoldenTable) {
     char delimiter;
     std::vector<std::string> pieces;
   } const table[] = {
-      {"", '\n', {""}}, {"abc", '\n', {"abc"}}, {"a\n\nb", '\n', {"a", "", "b"}}, {"\na", '\n', {"", "a"}},
-      {"a\n", '\n', {"a", ""}}, {"\n", '\n', {"", ""}}, {"a\r\nb\r\n", '\n', {"a\r", "b\r", ""}}, {"a,b", ';', {"a,b"}},
-      {std::string("a\0b\nc", 5), '\n', {std::string("a\0b", 3), "c"}},
-      {std::string("a\0b\0", 4), '\0', {"a", "b", ""}}, {"caf\xc3\xa9\xff;x", '\xff', {"caf\xc3\xa9", ";x"}}};
+      {"", '\n', {""}}, {"\na\n\nb\r\n", '\n', {"", "a", "", "b\r", ""}},
+      {std::string("a\0b\nc", 5), '\n', {std::string("a\0b", 3), "c"}}, {"caf\xc3\xa9\xff;x", '\xff', {"caf\xc3\xa9", ";x"}}};
   for (const Row& row : table) {
     const std::vector<std::string_view> pieces = tarnwick::split(row.text, row.delimiter);
     EXPECT_EQ(std::vector<std::string>(pieces.begin(), pieces.end()), row.pieces) << row.text;

@@ -1,11 +1,9 @@
-// Conflict escaping: golden table, every run length between every pair of neighbours, and
-// generated text, against the std::regex formulation.
+// Conflict escaping, and its measure: golden table, and every run length between every pair of
+// neighbours against the std::regex formulation.
 #include "diff/merge_conflicts.h"
 
 #include <gtest/gtest.h>
 
-#include <iterator>
-#include <random>
 
 #include "merge_conflicts_reference.h"
 
@@ -26,12 +24,13 @@ TEST(StyleMergeConflicts, GoldenTable) {
   for (const auto& [input, expected] : table) {
     EXPECT_EQ(tarnwick::styleMergeConflicts(input), expected) << input;
     EXPECT_EQ(reference::styleMergeConflicts(input), expected) << input;
+    EXPECT_EQ(tarnwick::styledMergeConflictsLength(input), expected.size()) << input;
   }
 }
 
 // Every run length up to 15 of each special character between every pair of neighbours (the
-// bytes at and just outside the letters and the other bytes that open a tag), then generated text.
-TEST(StyleMergeConflicts, MatchesReferenceOnRunsAndGeneratedText) {
+// bytes at and just outside the letters and the other bytes that open a tag).
+TEST(StyleMergeConflicts, MatchesReferenceOnRuns) {
   const char* const neighbours[] = {"", "a", "z", "A", "Z", "@", "[", "`", "{", "/", "0", "!", "\"", "?", "&", "<",
                                     ">", "\n", "&lt;", "\xc3\xa9", "=======", " HEAD"};
   for (char c : {'<', '>', '&'}) {
@@ -43,14 +42,6 @@ TEST(StyleMergeConflicts, MatchesReferenceOnRunsAndGeneratedText) {
         }
       }
     }
-  }
-  const char* const tokens[] = {"<", ">", "&", "<<<<<<<", ">>>>>>>", "=======", "&lt;", "&gt;", "&amp;",
-                                "\n", "\r\n", " HEAD", "x", "/", "!", "\xc3\xa9", "\xe2\x82\xac", "\xf0\x9f\x98\x80"};
-  std::mt19937 random(20261123);
-  for (int round = 0; round < 3000; ++round) {
-    std::string input;
-    for (int i = random() % 40; i > 0; --i) input += tokens[random() % std::size(tokens)];
-    ASSERT_EQ(tarnwick::styleMergeConflicts(input), reference::styleMergeConflicts(input)) << input;
   }
 }
 

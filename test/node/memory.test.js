@@ -8,22 +8,17 @@ const fs = require('fs');
 const path = require('path');
 const crypto = require('crypto');
 const { execFileSync } = require('child_process');
-const { makeRepo, git } = require('./support/repo');
+const { root, makeRepo, git, inChild } = require('./support/repo');
 
-const root = path.join(__dirname, '..', '..');
-
-// Runs `call` (a function of the face, as source) in a child for each face; returns, for each,
-// the digest and length of what it answered ({ code } for a rejection) and its peak memory in MB.
-function inChildren(call) {
-  return ['index.js', 'promises.js'].map((entry) => {
-    const source = `const face = require(${JSON.stringify(path.join(root, entry))});
-      Promise.resolve().then(() => (${call})(face)).then((v) => v, (e) => ({ code: e.code })).then((v) => {
-        const peak = /VmHWM:\\s+(\\d+)/.exec(require('fs').readFileSync('/proc/self/status', 'utf8'))[1] / 1024;
-        const answer = typeof v === 'string' ? [require('crypto').createHash('sha256').update(v).digest('hex'), v.length] : v;
-        process.stdout.write(JSON.stringify({ answer: answer === undefined ? 'undefined' : answer, peak }));
-      });`;
-    return JSON.parse(execFileSync(process.execPath, ['-e', source], { encoding: 'utf8', env: { ...process.env, TZ: 'UTC' } }));
-  });
+// Runs `call` on each face in a child and returns, for each, the digest and length of what it
+// answered ({ code } for a rejection, "undefined") and the child's peak memory in MB.
+function inChildren(call, ...args) {
+  return ['index.js', 'promises.js'].map((entry) => inChild(async (face, source, more) => {
+    const value = await Promise.resolve().then(() => eval(source)(require(face), ...more)).catch((e) => ({ code: e.code })); // eslint-disable-line no-eval
+    const peak = /VmHWM:\s+(\d+)/.exec(require('fs').readFileSync('/proc/self/status', 'utf8'))[1] / 1024;
+    const answer = typeof value === 'string' ? [require('crypto').createHash('sha256').update(value).digest('hex'), value.length] : value;
+    return { answer: answer === undefined ? 'undefined' : answer, peak };
+  }, [path.join(root, entry), String(call), args]));
 }
 
 const digest = (text) => [crypto.createHash('sha256').update(text).digest('hex'), text.length];
@@ -48,7 +43,7 @@ test('a 1 GB blame (one 100 KB subject over 10,000 lines) gives its view under 3
   // Every line is the same commit's: the element of one.txt's only line, renumbered.
   const element = require('../..').mtgch('one.txt', repo, 'ffffff', null);
   const expected = lines.map((line, i) => element.replace(/'1'|>1</g, (m) => m.replace('1', i + 1)).replace('\tonly', `\t${line}`)).join('');
-  for (const { answer, peak } of inChildren(`(face) => face.mtgch('f.txt', ${JSON.stringify(repo)}, 'ffffff', null)`)) {
+  for (const { answer, peak } of inChildren((face, dir) => face.mtgch('f.txt', dir, 'ffffff', null), repo)) {
     assert.deepStrictEqual(answer, digest(expected));
     assert.ok(peak < 300, `peak ${peak} MB`);
   }
@@ -60,14 +55,14 @@ test('a 1 GB log (200 commits with 5 MB subjects) gives its list under 300 MB', 
   const expected = git(repo, ['log', '--format=%h %H']).trim().split('\n').map((line) => line.split(' '))
     .map(([short, full]) => `<option data-dfp='f.txt' data-dlcid='${full}' value='${short}' >${short} 13 Sep 2020 ${'L'.repeat(100)}...</option>`)
     .join('');
-  for (const { answer, peak } of inChildren(`(face) => face.mtgcld('f.txt', ${JSON.stringify(repo)}, '')`)) {
+  for (const { answer, peak } of inChildren((face, dir) => face.mtgcld('f.txt', dir, ''), repo)) {
     assert.deepStrictEqual(answer, digest(expected));
     assert.ok(peak < 300, `peak ${peak} MB`);
   }
 });
 
 test('cd on a text whose view would pass the longest string answers within a few times the text', () => {
-  const [sync, promises] = inChildren("(face) => face.cd('+x\\n'.repeat(40e6), false, true)");
+  const [sync, promises] = inChildren((face) => face.cd('+x\n'.repeat(40e6), false, true));
   assert.deepStrictEqual([sync.answer, promises.answer], ['undefined', { code: 'ERR_STRING_TOO_LONG' }]);
   for (const { peak } of [sync, promises]) assert.ok(peak < 6 * 120, `peak ${peak} MB for a 120 MB text`);
 });

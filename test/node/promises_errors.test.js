@@ -6,17 +6,10 @@ const assert = require('node:assert');
 const fs = require('fs');
 const path = require('path');
 const promises = require('../../promises');
-const { makeRepo, commit, tempDir } = require('./support/repo');
+const { makeRepo, commit, tempDir, standInGit, withPath } = require('./support/repo');
 
 const repo = makeRepo();
 commit(repo, { 'a.txt': 'one\n' }, 'first');
-
-// Runs `body` with `bin` first on PATH (a stand-in git there, or none at all when PATH is `bin` alone).
-async function withPath(bin, body, alone = false) {
-  const saved = process.env.PATH;
-  process.env.PATH = alone ? bin : `${bin}${path.delimiter}${saved}`;
-  try { return await body(); } finally { process.env.PATH = saved; }
-}
 
 test('each failure rejects with a code that says why', async () => {
   const bin = tempDir();
@@ -37,10 +30,9 @@ test('each failure rejects with a code that says why', async () => {
 });
 
 test('the patch reaches git apply on its standard input, byte for byte', async () => {
-  const bin = tempDir();
-  fs.writeFileSync(path.join(bin, 'git'), `#!/bin/sh\ncat > '${bin}/stdin'\n`, { mode: 0o755 });
-  assert.strictEqual(await withPath(bin, () => promises.grdh('@@ \u00e9\0\ud800\n', repo)), true);
-  assert.deepStrictEqual(fs.readFileSync(path.join(bin, 'stdin')), Buffer.from('@@ \xc3\xa9\0\xed\xa0\x80\n', 'latin1'));
+  const seen = path.join(tempDir(), 'stdin');
+  assert.strictEqual(await withPath(standInGit(`cat > '${seen}'`), () => promises.grdh('@@ \u00e9\0\ud800\n', repo)), true);
+  assert.deepStrictEqual(fs.readFileSync(seen), Buffer.from('@@ \xc3\xa9\0\xed\xa0\x80\n', 'latin1'));
 });
 
 // Returns whether a process still runs (a zombie waiting to be reaped has ended).
@@ -62,10 +54,9 @@ test('abort and timeout end git and its children, which are gone when the promis
   for (const [what, options, abortDuring, code, ignoreTerm] of cases) {
     // A stand-in git that starts a child (its output elsewhere, so only the kill of the whole
     // group ends it in time) and waits for it, having written both process ids.
-    const bin = tempDir();
-    const pidFile = path.join(bin, 'pids');
-    fs.writeFileSync(path.join(bin, 'git'), `#!/bin/sh\n${ignoreTerm ? "trap '' TERM\n" : ''}sleep 60 >/dev/null 2>&1 &\n`
-      + `echo $$ $! > '${pidFile}.new'\nmv '${pidFile}.new' '${pidFile}'\nwait\n`, { mode: 0o755 });
+    const pidFile = path.join(tempDir(), 'pids');
+    const bin = standInGit(`${ignoreTerm ? "trap '' TERM\n" : ''}sleep 60 >/dev/null 2>&1 &\n`
+      + `echo $$ $! > '${pidFile}.new'\nmv '${pidFile}.new' '${pidFile}'\nwait`);
     await withPath(bin, async () => {
       const call = promises.mtgch('a.txt', repo, 'fff', null, abortDuring ? { signal: options.signal } : options);
       let settled = false; // a call that never starts git must fail the test, not hang it

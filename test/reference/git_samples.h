@@ -2,8 +2,9 @@
 #define UTILS_TEST_REFERENCE_GIT_SAMPLES_H
 
 #include <cstdint>
+#include <initializer_list>
+#include <random>
 #include <string>
-#include <vector>
 
 namespace reference {
 
@@ -18,30 +19,10 @@ std::string shellQuoted(const std::string& text);
 std::string makeTempFolder();
 void removeFolder(const std::string& folder);
 
-// One commit of a sample history: author ("Name <mail>"), time in seconds (UTC), message, and the
-// fast-import file changes.
-struct Commit {
-  std::string author;
-  long long time;
-  std::string message, changes;
-};
-
-// Returns `path` as a fast-import path operand, and the change writing `content` to it.
-std::string importPath(const std::string& path);
-std::string writeFile(const std::string& path, const std::string& content);
-
-// Makes `folder` a repository whose branch main holds `commits`, in order, and checks it out.
-void importHistory(const std::string& folder, const std::vector<Commit>& commits);
-
-// Makes `folder` a repository of `commits` commits by several authors over `files` files of
-// `lines` generated lines, each later commit removing, inserting and replacing some of them:
-// source and style sheets (colour codes next to the bytes just outside their classes), CR LF
-// lines, a lost last line feed, non-ASCII text and paths with spaces. Returns the files' paths.
-std::vector<std::string> makeSampleRepository(const std::string& folder, unsigned seed, int commits, int files,
-                                              int lines);
-
-// Returns `git diff` of the two commits of a sample repository (removed again).
-std::string makeGitDiff(unsigned seed, int files, int lines);
+// Returns one of `items`, and `digits` characters of `alphabet`, picked at random.
+using Pick = std::initializer_list<const char*>;
+std::string pick(std::mt19937& random, Pick items);
+std::string hex(std::mt19937& random, std::size_t digits, const std::string& alphabet = "0123456789abcdef");
 
 // Returns blame record lines and their near misses, seeded: dropped, repeated and foreign lines,
 // CR LF and missing line feeds, empty values and values holding the next keyword, ids and

@@ -82,6 +82,8 @@ void RecordWindow::consume(std::size_t position) {
   // about once.
   if (start_ < 64 * 1024 || start_ < text_.size() / 2) return;
   text_.erase(0, start_);
+  // A record of megabytes leaves no room of its size behind for the rest of the output.
+  if (text_.capacity() > 4 * text_.size() + 4 * 1024 * 1024) text_.shrink_to_fit();
   for (std::size_t& end : lineEnds_) end -= start_;
   lineStart_ = lineStart_ > start_ ? lineStart_ - start_ : 0;
   start_ = 0;

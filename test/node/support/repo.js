@@ -1,9 +1,9 @@
 'use strict';
-// Temporary git repositories and stand-in git commands for the Node tests.
+// Temporary git repositories, a stand-in git on PATH, and child processes for the Node tests.
 const fs = require('fs');
 const os = require('os');
 const path = require('path');
-const { execFileSync } = require('child_process');
+const { execFileSync, spawnSync } = require('child_process');
 
 const made = [];
 
@@ -64,25 +64,33 @@ function commit(repo, files, message, date = 1600000000) {
   return git(repo, ['rev-parse', 'HEAD']).trim();
 }
 
-// Installs a stand-in `git` first on PATH that accepts anything and prints nothing. It records
-// each call's folder and arguments, and a copy of the file its last argument names as it was then.
-// Returns { calls() ([{ cwd, args, seen }], `seen` a Buffer or null), restore() }.
-function fakeGit() {
-  const dir = tempDir('utils-fake-git-');
-  fs.writeFileSync(path.join(dir, 'git'), `#!/bin/sh\nn=$(ls '${dir}' | grep -c '^call')\n`
-    + `{ printf '%s\\0' "$PWD" "$@"; } > '${dir}/call.'$n\nfor last in "$@"; do :; done\n`
-    + `if [ -f "$last" ]; then cp "$last" '${dir}/seen.'$n; fi\n`, { mode: 0o755 });
-  const savedPath = process.env.PATH;
-  process.env.PATH = `${dir}${path.delimiter}${savedPath}`;
-  return {
-    calls: () => fs.readdirSync(dir).filter((name) => name.startsWith('call.')).sort((a, b) => a.slice(5) - b.slice(5))
-      .map((name) => {
-        const [cwd, ...args] = fs.readFileSync(path.join(dir, name), 'utf8').split('\0').slice(0, -1);
-        const seen = path.join(dir, `seen.${name.slice(5)}`);
-        return { cwd, args, seen: fs.existsSync(seen) ? fs.readFileSync(seen) : null };
-      }),
-    restore() { process.env.PATH = savedPath; },
-  };
+// Returns a new folder holding a stand-in `git` that runs the shell `script`, whatever it is asked.
+function standInGit(script) {
+  const bin = tempDir('utils-stand-in-');
+  fs.writeFileSync(path.join(bin, 'git'), `#!/bin/sh\n${script}\n`, { mode: 0o755 });
+  return bin;
 }
 
-module.exports = { tempDir, git, makeRepo, commit, fakeGit };
+// Runs `body` with `bin` first on PATH (or alone on it), and restores PATH once it has settled.
+async function withPath(bin, body, alone = false) {
+  const saved = process.env.PATH;
+  process.env.PATH = alone ? bin : `${bin}${path.delimiter}${saved}`;
+  try {
+    return await body();
+  } finally {
+    process.env.PATH = saved;
+  }
+}
+
+// Runs `fn` (which may return a promise) on `args` in a fresh Node process started with `flags`,
+// where a crash, a hang or the memory it takes cannot touch the test runner (TZ=UTC). Returns
+// what it returned, through JSON, or how the process ended.
+function inChild(fn, args = [], flags = []) {
+  const source = `Promise.resolve((${fn})(...${JSON.stringify(args)}))`
+    + '.then((value) => process.stdout.write(JSON.stringify(value === undefined ? null : value)));';
+  const run = spawnSync(process.execPath, [...flags, '-e', source],
+    { encoding: 'utf8', timeout: 120000, env: { ...process.env, TZ: 'UTC' } });
+  return run.status === 0 ? JSON.parse(run.stdout) : { status: run.status, signal: run.signal, stderr: run.stderr };
+}
+
+module.exports = { root: path.join(__dirname, '..', '..', '..'), tempDir, git, makeRepo, commit, standInGit, withPath, inChild };
