@@ -17,18 +17,15 @@ void settle(Napi::Promise::Deferred& deferred, Napi::Env env, const ScriptString
 
 }  // namespace
 
-Napi::Promise RenderWorker::start(Napi::Env env, Render render, const std::vector<Napi::Object>& kept) {
-  auto* worker = new RenderWorker(env, std::move(render), kept);
+Napi::Promise RenderWorker::start(Napi::Env env, Render render) {
+  auto* worker = new RenderWorker(env, std::move(render));
   const Napi::Promise promise = worker->deferred_.Promise();
   worker->Queue();  // the worker deletes itself once it has settled the promise
   return promise;
 }
 
-RenderWorker::RenderWorker(Napi::Env env, Render render, const std::vector<Napi::Object>& kept)
-    : Napi::AsyncWorker(env, "tarnwick:render"), render_(std::move(render)), deferred_(Napi::Promise::Deferred::New(env)) {
-  kept_.reserve(kept.size());
-  for (const Napi::Object& object : kept) kept_.push_back(Napi::Persistent(object));
-}
+RenderWorker::RenderWorker(Napi::Env env, Render render)
+    : Napi::AsyncWorker(env, "tarnwick:render"), render_(std::move(render)), deferred_(Napi::Promise::Deferred::New(env)) {}
 
 // A std::exception thrown here (memory running out on a huge text) rejects the promise with its
 // message: AsyncWorker catches it.

@@ -9,7 +9,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "script_text.h"
 
@@ -21,12 +20,11 @@ class RenderWorker final : public Napi::AsyncWorker {
   using Render = std::function<std::optional<std::string>()>;
 
   // Queues `render` and returns the promise that its result, as a script string, fulfils (or that
-  // rejects with ERR_STRING_TOO_LONG). The buffers in `kept` are held until `render` has run, so
-  // it may read their bytes in place.
-  static Napi::Promise start(Napi::Env env, Render render, const std::vector<Napi::Object>& kept = {});
+  // rejects with ERR_STRING_TOO_LONG). `render` owns what it reads.
+  static Napi::Promise start(Napi::Env env, Render render);
 
  private:
-  RenderWorker(Napi::Env env, Render render, const std::vector<Napi::Object>& kept);
+  RenderWorker(Napi::Env env, Render render);
   void Execute() override;
   void OnOK() override;
   void OnError(const Napi::Error& error) override;
@@ -34,7 +32,6 @@ class RenderWorker final : public Napi::AsyncWorker {
   Render render_;
   std::unique_ptr<ScriptString> result_;
   Napi::Promise::Deferred deferred_;
-  std::vector<Napi::ObjectReference> kept_;
 };
 
 // Returns a promise settled at once with `text`, rendered on the script thread (for work too

@@ -36,7 +36,7 @@ Napi::Promise renderText(Napi::Env env, std::size_t inputBytes, RenderWorker::Re
   return RenderWorker::start(env, std::move(render));
 }
 
-// The bytes of a Buffer argument, read in place by a render while the buffer is kept.
+// The bytes of a Buffer argument, read in place while the call lasts.
 struct Bytes {
   const char* data;
   std::size_t size;
