@@ -18,9 +18,9 @@ struct KeptRange {
 };
 
 // Returns, in order and apart, the ranges of `line` (a line of `format` output without its line
-// feed, or what has arrived of it so far, trimmed alike) that its parser may still read: a
-// gap between two of them can be replaced by trimStandIn(format) and every record the parser
-// finds, and every value the view takes from it, stays the same. For the log: the first three
+// feed, or what has arrived of it so far, trimmed alike) that its parser may still read, the last
+// reaching the line's end: a gap between two of them can be replaced by trimStandIn(format) and
+// every record the parser finds, and every value the view takes from it, stays the same. For the log: the first three
 // words and the 101 bytes after them, the same for the first word that can begin a record
 // within the line, and the last three words with what follows; the words in between can only
 // begin records that fail as that first one does. For blame: the first 16 bytes (a keyword and

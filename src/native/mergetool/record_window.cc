@@ -43,12 +43,12 @@ std::size_t RecordWindow::trimCurrentLine(std::size_t end) {
   const std::string_view standIn = trimStandIn(format_);
   std::string trimmed;
   std::size_t at = 0;
+  // The last range kept always reaches the line's end.
   for (const KeptRange& range : keptRanges(format_, line)) {
     if (range.begin > at) trimmed.append(range.begin - at > standIn.size() ? standIn : line.substr(at, range.begin - at));
     trimmed.append(line.substr(range.begin, range.end - range.begin));
     at = range.end;
   }
-  if (line.size() > at) trimmed.append(line.size() - at > standIn.size() ? standIn : line.substr(at));
   text_.replace(begin, end - begin, trimmed);
   trimmedLength_ = trimmed.size();
   return begin + trimmed.size();
