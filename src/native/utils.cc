@@ -275,17 +275,13 @@ void colorDiff(const Info& info) {
   });
 }
 
-// A result that could be longer than the longest string (an escape adds at most four bytes) is
-// measured before it is made, and never built when it is.
+// A result longer than the longest string is never built.
 void styleMergeConflicts(const Info& info) {
   guarded([&] {
     std::size_t units = 0;
     const std::string text = getStringFromV8(info.GetIsolate(), argument(info, 0), &units);
-    if (units + 4 * text.size() > kLongestString &&
-        tarnwick::styledMergeConflictsLength(text) - text.size() + units > kLongestString) {
-      return;
-    }
-    returnString(info, tarnwick::styleMergeConflicts(text));
+    std::optional<std::string> styled = tarnwick::styleMergeConflictsWithin(text, units, kLongestString);
+    if (styled) returnString(info, std::move(*styled));
   });
 }
 

@@ -94,17 +94,13 @@ Napi::Value colorDiff(const Napi::CallbackInfo& info) {
   });
 }
 
-// A result that could be longer than the longest string is measured before it is made.
+// A result longer than the longest string is never built.
 Napi::Value styleMergeConflicts(const Napi::CallbackInfo& info) {
   std::size_t units = 0;
   std::string text = tarnwick::readScriptText(info.Env(), info[0], &units);
   const std::size_t bytes = text.size();
-  return renderText(info.Env(), bytes, [text = std::move(text), units]() -> std::optional<std::string> {
-    const std::size_t longest = tarnwick::longestString();
-    if (units + 4 * text.size() > longest && tarnwick::styledMergeConflictsLength(text) - text.size() + units > longest) {
-      return std::nullopt;
-    }
-    return tarnwick::styleMergeConflicts(text);
+  return renderText(info.Env(), bytes, [text = std::move(text), units] {
+    return tarnwick::styleMergeConflictsWithin(text, units, tarnwick::longestString());
   });
 }
 

@@ -1,4 +1,4 @@
-// Conflict escaping, and its measure: golden table, and every run length between every pair of
+// Conflict escaping and its limit (measured): golden table, and every run length between every pair of
 // neighbours against the std::regex formulation.
 #include "diff/merge_conflicts.h"
 
@@ -24,7 +24,8 @@ TEST(StyleMergeConflicts, GoldenTable) {
   for (const auto& [input, expected] : table) {
     EXPECT_EQ(tarnwick::styleMergeConflicts(input), expected) << input;
     EXPECT_EQ(reference::styleMergeConflicts(input), expected) << input;
-    EXPECT_EQ(tarnwick::styledMergeConflictsLength(input), expected.size()) << input;
+    EXPECT_EQ(tarnwick::styleMergeConflictsWithin(input, input.size(), expected.size()), expected) << input;
+    EXPECT_EQ(tarnwick::styleMergeConflictsWithin(input, input.size() + 1, expected.size()), std::nullopt) << input;
   }
 }
 

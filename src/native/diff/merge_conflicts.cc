@@ -56,6 +56,13 @@ void style(const std::string& text, Out& out) {
   }
 }
 
+// Returns the byte length of styleMergeConflicts(text) without making it.
+std::size_t styledLength(const std::string& text) {
+  Measure measure;
+  style(text, measure);
+  return measure.size;
+}
+
 }  // namespace
 
 std::string styleMergeConflicts(const std::string& text) {
@@ -65,10 +72,14 @@ std::string styleMergeConflicts(const std::string& text) {
   return out;
 }
 
-std::size_t styledMergeConflictsLength(const std::string& text) {
-  Measure measure;
-  style(text, measure);
-  return measure.size;
+std::optional<std::string> styleMergeConflictsWithin(const std::string& text, std::size_t textUnits,
+                                                     std::size_t longestUnits) {
+  // An escape adds at most four bytes, all ASCII, so only a text near the limit is measured.
+  if (textUnits + 4 * text.size() > longestUnits &&
+      styledLength(text) - text.size() + textUnits > longestUnits) {
+    return std::nullopt;
+  }
+  return styleMergeConflicts(text);
 }
 
 }  // namespace tarnwick

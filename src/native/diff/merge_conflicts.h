@@ -2,6 +2,7 @@
 #define UTILS_DIFF_MERGE_CONFLICTS_H
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 namespace tarnwick {
@@ -12,9 +13,10 @@ namespace tarnwick {
 // ASCII letter, "/", "!" or "?" is escaped as well: raw, its final "<" would open a tag.
 std::string styleMergeConflicts(const std::string& text);
 
-// Returns the byte length of styleMergeConflicts(text) without making it: every byte it adds is
-// ASCII, so a caller can tell before anything is built whether the result fits a string.
-std::size_t styledMergeConflictsLength(const std::string& text);
+// Returns styleMergeConflicts(text), or nothing (and nothing made) when it takes more than
+// `longestUnits` UTF-16 units, for a text of `textUnits` units.
+std::optional<std::string> styleMergeConflictsWithin(const std::string& text, std::size_t textUnits,
+                                                     std::size_t longestUnits);
 
 }  // namespace tarnwick
 
