@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "blame_reference.h"
@@ -95,13 +96,18 @@ TEST(RenderCodeView, StopsPastTheLongestString) {
   EXPECT_LT(fed, blame.size() / 2);
 }
 
-// Of a long line that no record can show, what is held stays small however long it grows.
+// Of a long line that no record can show, what is held stays small however long it grows, also
+// where content lines are kept whole (this one follows a content line as long as "filename").
 TEST(RecordWindow, HoldsLongLinesTrimmed) {
   std::string words;
   for (int i = 0; i < 100000; ++i) words += "word ";
-  for (const auto format : {tarnwick::LineFormat::kBlame, tarnwick::LineFormat::kCommitLog}) {
-    tarnwick::RecordWindow window(format, false, 4096);
-    const std::string line = (format == tarnwick::LineFormat::kBlame ? "summary " : "h H 1 ") + words;
+  const std::tuple<tarnwick::LineFormat, bool, std::string> cases[] = {
+      {tarnwick::LineFormat::kBlame, false, "summary "},
+      {tarnwick::LineFormat::kBlame, true, "\tcontent\nh 1 1\nsummary "},
+      {tarnwick::LineFormat::kCommitLog, false, "h H 1 "}};
+  for (const auto& [format, keepContentLines, before] : cases) {
+    tarnwick::RecordWindow window(format, keepContentLines, 4096);
+    const std::string line = before + words;
     for (std::size_t at = 0; at < line.size(); at += 1000) {
       window.append(line.data() + at, std::min<std::size_t>(1000, line.size() - at));
       ASSERT_LT(window.size(), 8192u) << at;

@@ -1,7 +1,7 @@
 'use strict';
 // Memory follows the view: a repository of a few KB whose blame or log output is 1 GB gives its
-// view in a child whose peak memory stays under 300 MB, on both faces, and "cd" on a text whose
-// view would pass the longest string answers from a measurement, within a few times the text.
+// view in a child whose peak memory stays under 300 MB, on both faces, and "cd" and "smc" on a text
+// whose view would pass the longest string answer from a measurement, within a few times the text.
 const test = require('node:test');
 const assert = require('node:assert');
 const fs = require('fs');
@@ -61,8 +61,12 @@ test('a 1 GB log (200 commits with 5 MB subjects) gives its list under 300 MB', 
   }
 });
 
-test('cd on a text whose view would pass the longest string answers within a few times the text', () => {
-  const [sync, promises] = inChildren((face) => face.cd('+x\n'.repeat(40e6), false, true));
-  assert.deepStrictEqual([sync.answer, promises.answer], ['undefined', { code: 'ERR_STRING_TOO_LONG' }]);
-  for (const { peak } of [sync, promises]) assert.ok(peak < 6 * 120, `peak ${peak} MB for a 120 MB text`);
+// The markup alone fits in the longest string; with the text's own characters the view does not.
+test('cd and smc on a text whose view would pass the longest string answer within a few times the text', () => {
+  const calls = [(face) => face.cd(`+${'x'.repeat(14)}\n`.repeat(7.5e6), false, true), (face) => face.smc('&'.repeat(120e6))];
+  for (const call of calls) {
+    const [sync, promises] = inChildren(call);
+    assert.deepStrictEqual([sync.answer, promises.answer], ['undefined', { code: 'ERR_STRING_TOO_LONG' }]);
+    for (const { peak } of [sync, promises]) assert.ok(peak < 6 * 120, `peak ${peak} MB for a 120 MB text`);
+  }
 });
