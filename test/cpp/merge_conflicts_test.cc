@@ -1,5 +1,5 @@
-// Conflict escaping and its limit (measured): golden table, and every run length between every pair of
-// neighbours against the std::regex formulation.
+// Conflict escaping and its limit (measured): golden table, and every run length between every
+// pair of neighbours against the std::regex formulation.
 #include "diff/merge_conflicts.h"
 
 #include <gtest/gtest.h>

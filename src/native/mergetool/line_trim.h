@@ -20,10 +20,10 @@ struct KeptRange {
 // Returns, in order and apart, the ranges of `line` (a line of `format` output without its line
 // feed, or what has arrived of it so far, trimmed alike) that its parser may still read, the last
 // reaching the line's end: a gap between two of them can be replaced by trimStandIn(format) and
-// every record the parser finds, and every value the view takes from it, stays the same. For the log: the first three
-// words and the 101 bytes after them, the same for the first word that can begin a record
-// within the line, and the last three words with what follows; the words in between can only
-// begin records that fail as that first one does. For blame: the first 16 bytes (a keyword and
+// every record the parser finds, and every value the view takes from it, stays the same. For
+// the log: the first three words and the 101 bytes after them, the same for the first word that
+// can begin a record within the line, and the last three words with what follows; the words in
+// between can only begin records that fail as that first one does. For blame: the first 16 bytes (a keyword and
 // the start of its value), the last 16, the last "author-mail" and "author-tz" a value could
 // stop at, and the run of hexadecimal digits and blanks that ends the line (where a record's
 // header could begin). A word of the log, or a run ending a blame line, is kept whole however
