@@ -24,14 +24,16 @@
     {
       "target_name": "utils",
       "sources": ["<!@(node scripts/list-sources.js utils)"],
-      "dependencies": ["core"]
+      "dependencies": ["core"],
+      "conditions": [["OS=='linux'", {"libraries": ["-ldl"]}]]
     },
     {
       "target_name": "utils_promises",
       "sources": ["<!@(node scripts/list-sources.js promises)"],
       "include_dirs": ["<!(node -p \"require('node-addon-api').include_dir\")"],
       "defines": ["NAPI_VERSION=3", "NODE_ADDON_API_CPP_EXCEPTIONS"],
-      "dependencies": ["core"]
+      "dependencies": ["core"],
+      "conditions": [["OS=='linux'", {"libraries": ["-ldl"]}]]
     }
   ]
 }

@@ -2,16 +2,17 @@
 // The promise face: the synchronous add-on's eight methods, under the same names and with the
 // same arguments, each returning a Promise. The git-running methods take an optional last
 // argument { signal, timeout }. Arguments are read exactly as the synchronous add-on reads them
-// (by the binding, before the call returns); git runs as a child process of Node's own, whose
-// output the native core parses piece by piece as it arrives; rendering and decoding run on the
-// host's thread pool. Where git fails, the promise rejects with an Error whose `code` says why
-// (see README).
+// (by the binding, before the call returns). The git runs of a call are the native core's, as
+// for the synchronous face: this side only starts each run it asks for as a child process of
+// Node's own, and hands it the output as it arrives; rendering and decoding run on the host's
+// thread pool. Where git fails, the promise rejects with an Error whose `code` says why (see
+// README).
 const fs = require('fs');
 const { promisify } = require('util');
 const { constants } = require('buffer');
 const native = require('./build/Release/utils_promises.node');
-const { runGit, readRunOptions } = require('./lib/git-run');
-const { gitFailed, invalidArgValue, unsafeRepository } = require('./lib/errors');
+const { runGit, CallControl } = require('./lib/git-run');
+const { gitFailed, gitMissing, invalidArgValue, unsafeRepository, lfsObjectMissing, stringTooLong } = require('./lib/errors');
 
 native.setLongestString(constants.MAX_STRING_LENGTH);
 const realpath = promisify(fs.realpath);
@@ -36,62 +37,83 @@ function gitPath(bytes, name, value) {
   return bytes.toString('utf8');
 }
 
-// Returns the options of one run of a call: git's environment (the binding decides it from this
-// process's, as the synchronous face decides it from its own), and what is left of the call's
-// timeout, which covers all of its runs.
-function runOptionsNow(options, started) {
+// This process's environment as "NAME=value" entries, from which the call makes git's.
+function hostEnvironment() {
+  return Object.keys(process.env).map((name) => `${name}=${process.env[name]}`);
+}
+
+function environmentObject(entries) {
   const env = {};
-  for (const entry of native.gitEnvironment(Object.keys(process.env).map((name) => `${name}=${process.env[name]}`))) {
+  for (const entry of entries) {
     const equals = entry.indexOf('=');
     env[entry.slice(0, equals)] = entry.slice(equals + 1);
   }
-  const timeout = options.timeout ? Math.max(1, options.timeout - (Date.now() - started)) : options.timeout;
-  return Object.assign({}, options, { env, timeout });
+  return env;
 }
 
-// Resolves to `view` (the binding's view in progress) built from git's output as it arrives, once
-// git has exited with status 0; rejects with GIT_FAILED else, or with ERR_STRING_TOO_LONG (git
-// stopped) once the view is longer than the longest string.
-async function gitView(args, folder, options, started, view) {
-  const output = (piece) => native.addOutput(view, piece);
-  const result = await runGit(args, folder, Object.assign(runOptionsNow(options, started), { output }));
-  if (result.exitCode !== 0) throw gitFailed(args, result);
-  return native.finishView(view);
+// Returns the error of a call that the native core decided against.
+function failureError({ failure, words }, last) {
+  if (failure === 'nogit') return gitMissing();
+  if (failure === 'unsafe') return unsafeRepository();
+  if (failure === 'lfs') return lfsObjectMissing();
+  return gitFailed(words, last);
 }
 
-// Resolves to the listing of the driver settings of the repository in `folder`, which the
-// binding turns into the guard of a command that reads files through drivers.
-async function driverSettings(folder, options, started) {
-  const args = native.driverSettingsArguments();
-  const result = await runGit(args, folder, runOptionsNow(options, started));
-  if (result.exitCode !== 0 && result.exitCode !== 1) throw gitFailed(args, result);  // 1: no such setting
-  return Buffer.concat(result.stdout);
+// Runs the native `call` in `folder` to its end: each run it asks for, its output handed over as
+// it arrives. Resolves to its result (a view, or true); rejects with the reason it failed.
+async function drive(call, folder, control) {
+  let last = null;
+  for (let run = native.nextRun(call); run !== null; run = native.nextRun(call)) {
+    last = await runGit(run.script, folder, {
+      env: environmentObject(run.env),
+      input: run.input,
+      output: (piece) => native.output(call, piece),
+      timeLimit: run.timeLimit,
+      control,
+      tooLong: stringTooLong,
+    });
+    native.ended(call, last.exitCode === null ? -1 : last.exitCode, last.outOfTime);
+  }
+  const done = native.finish(call);
+  if (done !== null && typeof done === 'object' && typeof done.failure === 'string') throw failureError(done, last);
+  return done;
 }
 
-// Returns `args`, or throws when the binding could not guard the run (it gave no words).
-function guarded(args) {
-  if (args.length === 0) throw unsafeRepository();
-  return args;
-}
-
-// The hunk operations of each repository (by its real folder), one after another: git apply takes
-// the repository's index lock, and calls made together would fail on it.
+// Returns the result of `work()` once the hunk operations of the same repository (by its real
+// folder) asked for before it are done: git apply takes the repository's index lock, and calls
+// made together would fail on it. A call stopped while it waits settles at once, and its turn,
+// when it comes, runs nothing.
 const hunkTurns = new Map();
-async function inTurn(folder, work) {
+async function inTurn(folder, control, work) {
   let key = folder;
   try {
     key = await realpath(folder);
   } catch (error) { /* the run reports a folder that is missing */ }
-  const turn = (hunkTurns.get(key) || Promise.resolve()).then(work);
+  let started = false;
+  const turn = (hunkTurns.get(key) || Promise.resolve()).then(() => {
+    control.check();
+    started = true;
+    return work();
+  });
   const done = turn.then(() => {}, () => {});
   hunkTurns.set(key, done);
   done.then(() => {
     if (hunkTurns.get(key) === done) hunkTurns.delete(key);
   });
-  return turn;
+  let forget = () => {};
+  const stoppedWaiting = new Promise((resolve, reject) => {
+    forget = control.onStop((error) => {
+      if (!started) reject(error);
+    });
+  });
+  try {
+    return await Promise.race([turn, stoppedWaiting]);
+  } finally {
+    forget();
+  }
 }
 
-// Returns the method that applies a hunk as `action` (0 stage, 1 unstage, 2 discard) says: the
+// Returns the method that applies a hunk as `action` says (0 stage, 1 unstage, 2 discard): the
 // patch goes to git apply on its standard input, and the promise fulfils with true, or rejects
 // with git's message when git refuses the hunk.
 function hunkMethod(name, action) {
@@ -99,51 +121,66 @@ function hunkMethod(name, action) {
     async [name](patchText, repoPath, options) {
       const patch = native.text(patchText);
       const repo = native.text(repoPath);
-      const runOptions = readRunOptions(options);
-      const folder = gitPath(repo, 'repoPath', repoPath);
-      return inTurn(folder, async () => {
-        const started = Date.now();
-        const args = guarded(native.hunkApplyArguments(action, await driverSettings(folder, runOptions, started)));
-        const result = await runGit(args, folder, Object.assign(runOptionsNow(runOptions, started), { input: patch }));
-        if (result.exitCode === 0 && !native.showsGitError(Buffer.concat(result.stdout), result.stderr)) return true;
-        throw gitFailed(args, result);
-      });
+      const control = new CallControl(options);
+      try {
+        const folder = gitPath(repo, 'repoPath', repoPath);
+        return await inTurn(folder, control, () => drive(native.hunkCall(action, patch, repo, hostEnvironment()), folder, control));
+      } finally {
+        control.end();
+      }
     },
   };
   return method[name];
 }
 
 async function mtgcld(filePath, repoPath, selectedHash, options) {
-  const started = Date.now();
   const file = native.text(filePath);
   const repo = native.text(repoPath);
   const selected = native.text(selectedHash);
-  const runOptions = readRunOptions(options);
-  const folder = gitPath(repo, 'repoPath', repoPath);
-  gitPath(file, 'filePath', filePath);
-  return gitView(native.commitLogArguments(file), folder, runOptions, started, native.commitOptions(file, selected));
+  const control = new CallControl(options);
+  try {
+    const folder = gitPath(repo, 'repoPath', repoPath);
+    gitPath(file, 'filePath', filePath);
+    return await drive(native.commitListCall(file, repo, selected, hostEnvironment()), folder, control);
+  } finally {
+    control.end();
+  }
 }
 
 async function mtgch(filePath, repoPath, baseColor, contentText, options) {
-  const started = Date.now();
   const file = native.text(filePath);
   const repo = native.text(repoPath);
   const color = native.text(baseColor);
   const content = contentText === null ? NO_TEXT : native.text(contentText);
-  const runOptions = readRunOptions(options);
-  const folder = gitPath(repo, 'repoPath', repoPath);
-  gitPath(file, 'filePath', filePath);
-  const args = guarded(native.blameArguments(file, await driverSettings(folder, runOptions, started)));
-  return gitView(args, folder, runOptions, started, native.codeView(color, content));
+  const control = new CallControl(options);
+  try {
+    const folder = gitPath(repo, 'repoPath', repoPath);
+    gitPath(file, 'filePath', filePath);
+    return await drive(native.codeViewCall(file, repo, color, content, hostEnvironment()), folder, control);
+  } finally {
+    control.end();
+  }
+}
+
+// The methods that run no git: a failure of the binding (memory that cannot be had) rejects, as
+// it does for the others, rather than throwing at the caller.
+async function cd() {
+  return native.cd.apply(null, arguments);
+}
+async function smc() {
+  return native.smc.apply(null, arguments);
+}
+async function gafh() {
+  return native.gafh.apply(null, arguments);
 }
 
 module.exports = {
-  cd: native.cd,
-  smc: native.smc,
+  cd,
+  smc,
   grsh: hunkMethod('grsh', 0),
   gruh: hunkMethod('gruh', 1),
   grdh: hunkMethod('grdh', 2),
-  gafh: native.gafh,
+  gafh,
   mtgcld,
   mtgch,
 };

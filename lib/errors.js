@@ -36,6 +36,26 @@ function gitFailed(args, { exitCode, signal, stderr }) {
   return error;
 }
 
+// Returns the error of a git that could not be started (none on PATH), shaped as Node's own
+// spawn error.
+function gitMissing() {
+  const error = new Error('spawn git ENOENT');
+  Object.assign(error, { errno: -os.constants.errno.ENOENT, code: 'ENOENT', syscall: 'spawn git', path: 'git' });
+  return error;
+}
+
+// Returns the error of a discard that ran nothing because the file would get back a Git LFS
+// object that is not in the repository: Git LFS fetches nothing in these calls, and git would
+// leave the file empty.
+function lfsObjectMissing() {
+  const error = new Error('git apply was not run: the Git LFS object that the discard restores is not in this repository; fetch it first (git lfs fetch)');
+  error.code = 'GIT_FAILED';
+  error.exitCode = null;
+  error.signal = null;
+  error.stderr = '';
+  return error;
+}
+
 // Returns the error of a folder that is not a directory, shaped as Node's file-system errors.
 function notADirectory(folder) {
   const error = new Error(`ENOTDIR: not a directory, chdir '${folder}'`);
@@ -57,10 +77,12 @@ function invalidArgType(name, expected, value) {
   return error;
 }
 
-// Returns the error of a call that ran nothing because git could not be kept from running a program
-// that the repository's own configuration names (a filter or textconv driver whose name holds "=").
+// Returns the error of a call that ran nothing because git could not be kept from what the
+// repository's own configuration chose: a setting that cannot be overridden on git's command line
+// (its name holds "="), or a configuration file that someone other than the user can change, or
+// that is no plain file, or that could not be read in time.
 function unsafeRepository() {
-  const error = new Error('The repository configures a driver that cannot be switched off for the call; nothing was run');
+  const error = new Error('The repository\'s configuration cannot be guarded for the call (a setting that cannot be overridden, or a configuration file that is no plain file only you can change); nothing was run');
   error.code = 'GIT_UNSAFE_REPOSITORY';
   return error;
 }
@@ -74,5 +96,6 @@ function stringTooLong() {
 }
 
 module.exports = {
-  abortError, timeoutError, gitFailed, notADirectory, invalidArgValue, invalidArgType, unsafeRepository, stringTooLong,
+  abortError, timeoutError, gitFailed, gitMissing, lfsObjectMissing, notADirectory, invalidArgValue, invalidArgType,
+  unsafeRepository, stringTooLong,
 };

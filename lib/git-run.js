@@ -1,20 +1,17 @@
 'use strict';
-// Runs git for the promise face with Node's child_process: an argument vector without a shell, the
-// repository folder as the working folder of the child alone, and git in a process group of its
-// own, so that an abort or a timeout ends git together with every process it started.
+// Runs git for the promise face with Node's child_process: /bin/sh runs the script the native
+// call hands out (git, quoted, ending with this thread: see endingWithCaller), in the repository
+// folder, in a session and process group of its own, so that an abort or a timeout ends git
+// together with every process it started, and so does this thread's end however it comes.
 const fs = require('fs');
 const { spawn } = require('child_process');
 const { promisify } = require('util');
-const { abortError, timeoutError, notADirectory, invalidArgType, stringTooLong } = require('./errors');
+const { abortError, timeoutError, notADirectory, invalidArgType } = require('./errors');
 
 // How long the group has to end after SIGTERM (git removes its lock files then) before SIGKILL.
 const GRACE_MS = 500;
-
-// The process groups still running; ended when this thread exits, so that none outlives it.
-const running = new Set();
-process.on('exit', () => {
-  for (const group of running) signalGroup(group, 'SIGKILL');
-});
+// How much of git's standard error a call keeps for its error: the first lines say what failed.
+const KEPT_ERRORS = 64 * 1024;
 
 function signalGroup(group, signal) {
   try {
@@ -42,38 +39,6 @@ async function groupGone(group) {
 // The longest delay a timer takes (about 24.8 days); a longer one would fire at once.
 const MAX_TIMEOUT = 2 ** 31 - 1;
 
-// Returns { signal, timeout } from a call's options (undefined or null: none); throws Node's
-// argument errors for values of the wrong kind. A timeout of 0 means none.
-function readRunOptions(options) {
-  if (options === undefined || options === null) return {};
-  if (typeof options !== 'object') throw invalidArgType('options', 'of type object', options);
-  const { signal, timeout } = options;
-  // Any object shaped as an AbortSignal serves, so hosts without one (Node 10) can pass a polyfill's.
-  if (signal !== undefined && (signal === null || typeof signal !== 'object' || !('aborted' in signal)
-      || typeof signal.addEventListener !== 'function')) {
-    throw invalidArgType('options.signal', 'an instance of AbortSignal', signal);
-  }
-  if (timeout !== undefined && !(Number.isInteger(timeout) && timeout >= 0 && timeout <= MAX_TIMEOUT)) {
-    const error = new RangeError(`The value of "options.timeout" is out of range. It must be >= 0 && <= ${MAX_TIMEOUT}. Received ${String(timeout)}`);
-    error.code = 'ERR_OUT_OF_RANGE';
-    throw error;
-  }
-  return { signal, timeout };
-}
-
-// Returns the error to report when git could not be started in `folder`: a folder that cannot be
-// entered fails the spawn just as a missing git does (ENOENT), so the folder is looked at first
-// and its own file-system error (with `path` set to the folder) is returned; else `spawnError`.
-async function startFailure(spawnError, folder) {
-  try {
-    if (!(await promisify(fs.stat)(folder)).isDirectory()) return notADirectory(folder);
-    await promisify(fs.access)(folder, fs.constants.X_OK);
-  } catch (folderError) {
-    return folderError;
-  }
-  return spawnError;
-}
-
 // Calls `callback` once `signal` aborts, through one listener per signal however many calls share
 // it (a listener each would trip Node's MaxListenersExceededWarning past ten); returns the function
 // that takes the callback back when the call settles.
@@ -100,6 +65,80 @@ function onAbort(signal, callback) {
   };
 }
 
+// What ends one call early: its signal's abort, or its timeout, counted from the call's start
+// over everything it waits for. `stopped` is the error once one of them has come.
+class CallControl {
+  // Reads { signal, timeout } from a call's options (undefined or null: none); throws Node's
+  // argument errors for values of the wrong kind. A timeout of 0 means none.
+  constructor(options) {
+    this.stopped = null;
+    this.listeners = new Set();
+    this.timer = null;
+    this.forgetAbort = () => {};
+    if (options === undefined || options === null) return;
+    if (typeof options !== 'object') throw invalidArgType('options', 'of type object', options);
+    const { signal, timeout } = options;
+    // Any object shaped as an AbortSignal serves, so hosts without one (Node 10) can pass a polyfill's.
+    if (signal !== undefined && (signal === null || typeof signal !== 'object' || !('aborted' in signal)
+        || typeof signal.addEventListener !== 'function')) {
+      throw invalidArgType('options.signal', 'an instance of AbortSignal', signal);
+    }
+    if (timeout !== undefined && !(Number.isInteger(timeout) && timeout >= 0 && timeout <= MAX_TIMEOUT)) {
+      const error = new RangeError(`The value of "options.timeout" is out of range. It must be >= 0 && <= ${MAX_TIMEOUT}. Received ${String(timeout)}`);
+      error.code = 'ERR_OUT_OF_RANGE';
+      throw error;
+    }
+    if (signal && signal.aborted) {
+      this.stopped = abortError(signal);
+      return;
+    }
+    if (signal) this.forgetAbort = onAbort(signal, () => this.stop(abortError(signal)));
+    if (timeout) this.timer = setTimeout(() => this.stop(timeoutError(timeout)), timeout);
+  }
+
+  stop(error) {
+    if (this.stopped) return;
+    this.stopped = error;
+    for (const listener of this.listeners) listener(error);
+  }
+
+  // Calls `listener` with the error once the call is stopped (at once if it is); returns the
+  // function that takes it back.
+  onStop(listener) {
+    if (this.stopped) {
+      listener(this.stopped);
+      return () => {};
+    }
+    this.listeners.add(listener);
+    return () => this.listeners.delete(listener);
+  }
+
+  // Throws the error when the call is stopped.
+  check() {
+    if (this.stopped) throw this.stopped;
+  }
+
+  // The call has settled: nothing of it waits any more.
+  end() {
+    clearTimeout(this.timer);
+    this.forgetAbort();
+    this.listeners.clear();
+  }
+}
+
+// Returns the error to report when git could not be started in `folder`: a folder that cannot be
+// entered fails the spawn as a missing program does (ENOENT), so the folder is looked at first
+// and its own file-system error (with `path` set to the folder) is returned; else `spawnError`.
+async function startFailure(spawnError, folder) {
+  try {
+    if (!(await promisify(fs.stat)(folder)).isDirectory()) return notADirectory(folder);
+    await promisify(fs.access)(folder, fs.constants.X_OK);
+  } catch (folderError) {
+    return folderError;
+  }
+  return spawnError;
+}
+
 // Starting a child forks this process, which takes milliseconds in a large one (longer the more
 // memory it maps). Starts are spread out, one per turn of the event loop, so that calls made
 // together never add their forks up into one long pause of the script thread.
@@ -115,33 +154,37 @@ function startNext() {
   if (waitingToStart.length > 0) setImmediate(startNext);
 }
 
-// Runs `git args...` in `folder` with `env` as its environment and `input` (a Buffer) on its
-// standard input, or none. Hands each piece of its standard output to `output` as it arrives (a
-// false answer stops git: ERR_STRING_TOO_LONG), or collects it. Resolves to { exitCode, signal,
-// stdout, stderr } once git has ended: stdout as the Buffers in which it came, stderr as one
-// Buffer; rejects when git cannot be started, or once the whole process group is gone after an
-// abort (ABORT_ERR), a timeout (ETIMEDOUT) or a stop, each of which stops reading at once.
-async function runGit(args, folder, { input, signal, timeout, env, output } = {}) {
-  if (signal && signal.aborted) throw abortError(signal);
+// Runs `/bin/sh -c script` in `folder` with `env` as its environment and `input` (a Buffer) on its
+// standard input, or none, and the caller's pipe as its descriptor 3. Hands each piece of its
+// standard output to `output` as it arrives (a false answer stops it: `tooLong()` is the error).
+// Resolves to { exitCode, signal, stderr, outOfTime } once it has ended, stderr as one Buffer of
+// at most KEPT_ERRORS bytes, outOfTime when `timeLimit` (ms, 0: none) ended it; rejects when it
+// cannot be started, or once the whole process group is gone after `control` stopped the call
+// or `output` stopped the run, which stop reading at once.
+async function runGit(script, folder, { input, env, output, timeLimit, control, tooLong }) {
+  control.check();
   // Node would run a child with an empty cwd in this process's own folder.
   if (folder === '') throw await startFailure(null, folder);
   await turnToStart();
-  if (signal && signal.aborted) throw abortError(signal);
+  control.check();
   return new Promise((resolve, reject) => {
     let child;
     try {
-      child = spawn('git', args, { cwd: folder, env, detached: true, stdio: [input ? 'pipe' : 'ignore', 'pipe', 'pipe'] });
+      child = spawn('/bin/sh', ['-c', script], {
+        cwd: folder, env, detached: true, stdio: [input ? 'pipe' : 'ignore', 'pipe', 'pipe', 'pipe'],
+      });
     } catch (error) {
       startFailure(error, folder).then(reject);
       return;
     }
-    const stdout = [];
     const stderr = [];
+    let kept = 0;
     let stopping = null;
+    let outOfTime = false;
     let failed = false;
-    let timer = null;
+    let limitTimer = null;
     let graceTimer = null;
-    let forgetAbort = () => {};
+    let forgetStop = () => {};
     const stop = (error) => {
       if (stopping) return;
       stopping = error;
@@ -150,10 +193,9 @@ async function runGit(args, folder, { input, signal, timeout, env, output } = {}
       graceTimer = setTimeout(() => signalGroup(child.pid, 'SIGKILL'), GRACE_MS);
     };
     const finish = () => {
-      running.delete(child.pid);
-      clearTimeout(timer);
+      clearTimeout(limitTimer);
       clearTimeout(graceTimer);
-      forgetAbort();
+      forgetStop();
     };
     child.on('error', (error) => {
       failed = true;
@@ -162,20 +204,33 @@ async function runGit(args, folder, { input, signal, timeout, env, output } = {}
       else reject(error);
     });
     if (child.pid === undefined) return;
-    running.add(child.pid);
-    child.stdout.on('data', (chunk) => {
-      if (stopping) return;
-      if (!output) stdout.push(chunk);
-      else if (!output(chunk)) stop(stringTooLong());
+    // The run has ended: its watcher ends whatever of its group is left, and lets the pipe close.
+    child.on('exit', () => {
+      const caller = child.stdio[3];
+      caller.on('error', () => {});
+      caller.end('\n', () => caller.destroy());
     });
-    child.stderr.on('data', (chunk) => stderr.push(chunk));
+    child.stdout.on('data', (chunk) => {
+      if (!stopping && !output(chunk)) stop(tooLong());
+    });
+    child.stderr.on('data', (chunk) => {
+      if (kept >= KEPT_ERRORS) return;
+      stderr.push(chunk.length > KEPT_ERRORS - kept ? chunk.subarray(0, KEPT_ERRORS - kept) : chunk);
+      kept += chunk.length;
+    });
     if (input) {
       // git may end without reading it all (a patch it refuses at once); that is not an error here.
       child.stdin.on('error', () => {});
       child.stdin.end(input);
     }
-    if (signal) forgetAbort = onAbort(signal, () => stop(abortError(signal)));
-    if (timeout) timer = setTimeout(() => stop(timeoutError(timeout)), timeout);
+    forgetStop = control.onStop(stop);
+    if (timeLimit) {
+      limitTimer = setTimeout(() => {
+        outOfTime = true;
+        child.stdout.destroy();
+        signalGroup(child.pid, 'SIGKILL');
+      }, timeLimit);
+    }
     child.on('close', (exitCode, exitSignal) => {
       if (failed) return;
       finish();
@@ -185,9 +240,9 @@ async function runGit(args, folder, { input, signal, timeout, env, output } = {}
         groupGone(child.pid).then(() => reject(stopping));
         return;
       }
-      resolve({ exitCode, signal: exitSignal, stdout, stderr: Buffer.concat(stderr) });
+      resolve({ exitCode, signal: exitSignal, stderr: Buffer.concat(stderr), outOfTime });
     });
   });
 }
 
-module.exports = { runGit, readRunOptions };
+module.exports = { runGit, CallControl };

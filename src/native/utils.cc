@@ -17,6 +17,7 @@
 #include "mergetool/code_view.h"
 #include "mergetool/commit_list.h"
 #include "memory/page_block.h"
+#include "stay_loaded.h"
 #include "v8_shims.h"
 
 namespace {
@@ -354,6 +355,8 @@ const Method kMethods[] = {
 };
 
 void init(v8::Local<v8::Object> exports) {
+  // Results handed over in place outlive the context that made them (see stay_loaded.h).
+  tarnwick::stayLoaded(reinterpret_cast<const void*>(&init));
   for (const Method& method : kMethods) NODE_SET_METHOD(exports, method.name, method.callback);
 }
 

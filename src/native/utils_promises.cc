@@ -5,14 +5,15 @@
 #include <napi.h>
 
 #include <cstdint>
+#include <exception>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "command/exec.h"
-#include "command/git_invocation.h"
+#include "command/git_call.h"
 #include "diff/color_diff.h"
 #include "diff/merge_conflicts.h"
 #include "filters/advanced_filters.h"
@@ -21,6 +22,7 @@
 #include "mergetool/commit_list.h"
 #include "render_worker.h"
 #include "script_text.h"
+#include "stay_loaded.h"
 
 namespace {
 
@@ -37,43 +39,51 @@ Napi::Promise renderText(Napi::Env env, std::size_t inputBytes, RenderWorker::Re
 }
 
 // The bytes of a Buffer argument, read in place while the call lasts.
-struct Bytes {
-  const char* data;
-  std::size_t size;
-  std::string copy() const { return std::string(data, size); }
-};
-
-Napi::Buffer<char> bufferArgument(const Napi::CallbackInfo& info, std::size_t index) {
+std::string bufferText(const Napi::CallbackInfo& info, std::size_t index) {
   if (!info[index].IsBuffer()) throw Napi::TypeError::New(info.Env(), "expected a Buffer");
-  return info[index].As<Napi::Buffer<char>>();
+  const Napi::Buffer<char> buffer = info[index].As<Napi::Buffer<char>>();
+  return std::string(buffer.Data(), buffer.Length());
 }
 
-Bytes bytesOf(const Napi::Buffer<char>& buffer) { return Bytes{buffer.Data(), buffer.Length()}; }
-
-// A view being built from git's output as child_process delivers it, piece by piece on the script
-// thread (a piece takes well under a millisecond), read as the synchronous face reads it.
-struct ViewInProgress {
-  explicit ViewInProgress(tarnwick::StreamedView* made) : view(made), pieces(*made) {}
-  std::shared_ptr<tarnwick::StreamedView> view;
-  tarnwick::FgetsPieces pieces;
-};
-
-Napi::Value viewInProgress(Napi::Env env, tarnwick::StreamedView* view) {
-  return Napi::External<ViewInProgress>::New(env, new ViewInProgress(view),
-                                             [](Napi::Env, ViewInProgress* held) { delete held; });
-}
-
-ViewInProgress& viewArgument(const Napi::CallbackInfo& info) {
-  if (!info[0].IsExternal()) throw Napi::TypeError::New(info.Env(), "expected a view");
-  ViewInProgress& held = *info[0].As<Napi::External<ViewInProgress>>().Data();
-  if (!held.view) throw Napi::Error::New(info.Env(), "the view is finished");
-  return held;
+// (entries): the host's environment as "NAME=value" strings.
+std::vector<std::string> environmentArgument(const Napi::CallbackInfo& info, std::size_t index) {
+  if (!info[index].IsArray()) throw Napi::TypeError::New(info.Env(), "expected an Array of strings");
+  const Napi::Array entries = info[index].As<Napi::Array>();
+  std::vector<std::string> host;
+  host.reserve(entries.Length());
+  for (uint32_t i = 0; i < entries.Length(); ++i) host.push_back(entries.Get(i).ToString().Utf8Value());
+  return host;
 }
 
 Napi::Array stringArray(Napi::Env env, const std::vector<std::string>& words) {
   Napi::Array array = Napi::Array::New(env, words.size());
   for (std::size_t i = 0; i < words.size(); ++i) array.Set(static_cast<uint32_t>(i), Napi::String::New(env, words[i]));
   return array;
+}
+
+// A method call whose git runs promises.js starts as the call asks (see GitCall), feeding it
+// git's output on the script thread as child_process delivers it (a piece takes well under a
+// millisecond); a view is finished and decoded on the pool.
+struct CallInProgress {
+  std::shared_ptr<tarnwick::GitCall> call;
+  std::shared_ptr<tarnwick::ViewCall> view;      // set for a view
+  std::shared_ptr<tarnwick::HunkCall> hunk;      // set for a hunk
+};
+
+Napi::Value callInProgress(Napi::Env env, CallInProgress* held) {
+  return Napi::External<CallInProgress>::New(env, held, [](Napi::Env, CallInProgress* gone) { delete gone; });
+}
+
+CallInProgress& callArgument(const Napi::CallbackInfo& info) {
+  if (!info[0].IsExternal()) throw Napi::TypeError::New(info.Env(), "expected a call");
+  return *info[0].As<Napi::External<CallInProgress>>().Data();
+}
+
+Napi::Value viewCall(Napi::Env env, std::unique_ptr<tarnwick::ViewCall> made) {
+  auto* held = new CallInProgress();
+  held->view = std::move(made);
+  held->call = held->view;
+  return callInProgress(env, held);
 }
 
 // "cd": with fewer than three arguments nothing is done and the promise fulfils with undefined.
@@ -114,74 +124,80 @@ Napi::Value text(const Napi::CallbackInfo& info) {
   return Napi::Buffer<char>::Copy(info.Env(), bytes.data(), bytes.size());
 }
 
-Napi::Value driverSettingsArguments(const Napi::CallbackInfo& info) {
-  return stringArray(info.Env(), tarnwick::driverSettingsArguments());
+// (filePath, repoPath, baseColor, contentText, environment): the call behind "mtgch".
+Napi::Value codeViewCall(const Napi::CallbackInfo& info) {
+  return viewCall(info.Env(), tarnwick::codeViewCall(bufferText(info, 0), bufferText(info, 1), bufferText(info, 2),
+                                                     bufferText(info, 3), tarnwick::longestString(),
+                                                     environmentArgument(info, 4)));
 }
 
-// (entries): the host's environment as "NAME=value" strings; returns git's, as the same.
-Napi::Value gitEnvironment(const Napi::CallbackInfo& info) {
-  if (!info[0].IsArray()) throw Napi::TypeError::New(info.Env(), "expected an Array of strings");
-  const Napi::Array entries = info[0].As<Napi::Array>();
-  std::vector<std::string> host;
-  host.reserve(entries.Length());
-  for (uint32_t i = 0; i < entries.Length(); ++i) host.push_back(entries.Get(i).ToString().Utf8Value());
-  return stringArray(info.Env(), tarnwick::gitEnvironment(host));
+// (filePath, repoPath, selectedHash, environment): the call behind "mtgcld".
+Napi::Value commitListCall(const Napi::CallbackInfo& info) {
+  return viewCall(info.Env(), tarnwick::commitListCall(bufferText(info, 0), bufferText(info, 1), bufferText(info, 2),
+                                                       tarnwick::longestString(), environmentArgument(info, 3)));
 }
 
-Napi::Value commitLogArguments(const Napi::CallbackInfo& info) {
-  return stringArray(info.Env(), tarnwick::commitLogArguments(bytesOf(bufferArgument(info, 0)).copy()));
-}
-
-// (filePath, driverSettings), both Buffers; an empty Array when the run cannot be guarded.
-Napi::Value blameArguments(const Napi::CallbackInfo& info) {
-  return stringArray(info.Env(), tarnwick::blameArguments(bytesOf(bufferArgument(info, 0)).copy(),
-                                                          bytesOf(bufferArgument(info, 1)).copy()));
-}
-
-// (action, driverSettings): 0 to stage, 1 to unstage, 2 to discard, and the listing's Buffer.
-Napi::Value hunkApplyArguments(const Napi::CallbackInfo& info) {
+// (action, patchText, repoPath, environment): 0 stages, 1 unstages, 2 discards.
+Napi::Value hunkCall(const Napi::CallbackInfo& info) {
   static const tarnwick::HunkAction kActions[] = {tarnwick::HunkAction::Stage, tarnwick::HunkAction::Unstage,
                                                   tarnwick::HunkAction::Discard};
   const uint32_t index = info[0].ToNumber().Uint32Value();
   if (index > 2) throw Napi::RangeError::New(info.Env(), "unknown hunk action");
-  return stringArray(info.Env(), tarnwick::hunkApplyArguments(kActions[index], bytesOf(bufferArgument(info, 1)).copy()));
+  auto* held = new CallInProgress();
+  held->hunk = std::make_shared<tarnwick::HunkCall>(kActions[index], bufferText(info, 1), bufferText(info, 2),
+                                                    environmentArgument(info, 3));
+  held->call = held->hunk;
+  return callInProgress(info.Env(), held);
 }
 
-// Returns whether git apply's standard output (read as the synchronous add-on reads it) or its
-// standard error shows an error.
-Napi::Value showsGitError(const Napi::CallbackInfo& info) {
-  const Bytes output = bytesOf(bufferArgument(info, 0));
-  const Bytes errors = bytesOf(bufferArgument(info, 1));
-  const bool shows = tarnwick::showsGitError(tarnwick::asReadInPieces(output.copy())) ||
-                     tarnwick::showsGitError(errors.copy());
-  return Napi::Boolean::New(info.Env(), shows);
+// (call): the next run, { script, env, input, timeLimit } (/bin/sh -c script), or null.
+Napi::Value nextRun(const Napi::CallbackInfo& info) {
+  const tarnwick::GitRun* run = callArgument(info).call->next();
+  if (run == nullptr) return info.Env().Null();
+  Napi::Object out = Napi::Object::New(info.Env());
+  out.Set("script", Napi::String::New(info.Env(), run->script));
+  out.Set("env", stringArray(info.Env(), run->environment));
+  out.Set("input", run->input.empty() ? info.Env().Null()
+                                      : Napi::Buffer<char>::Copy(info.Env(), run->input.data(), run->input.size()));
+  out.Set("timeLimit", Napi::Number::New(info.Env(), run->timeLimitMs));
+  return out;
 }
 
-// (filePath, selectedHash), Buffers: the commit list of the log to come.
-Napi::Value commitOptions(const Napi::CallbackInfo& info) {
-  return viewInProgress(info.Env(), new tarnwick::CommitOptionsRenderer(bytesOf(bufferArgument(info, 0)).copy(),
-                                                                      bytesOf(bufferArgument(info, 1)).copy(),
-                                                                      tarnwick::longestString()));
+// (call, piece): the next piece of the run's standard output; false stops the run (a view past
+// the longest string).
+Napi::Value output(const Napi::CallbackInfo& info) {
+  if (!info[1].IsBuffer()) throw Napi::TypeError::New(info.Env(), "expected a Buffer");
+  const Napi::Buffer<char> piece = info[1].As<Napi::Buffer<char>>();
+  return Napi::Boolean::New(info.Env(), callArgument(info).call->take(piece.Data(), piece.Length()));
 }
 
-// (baseColor, contentText), Buffers: the code view of the blame to come.
-Napi::Value codeView(const Napi::CallbackInfo& info) {
-  return viewInProgress(info.Env(), new tarnwick::CodeViewRenderer(bytesOf(bufferArgument(info, 0)).copy(),
-                                                                 bytesOf(bufferArgument(info, 1)).copy(),
-                                                                 tarnwick::longestString()));
+// (call, exitCode, outOfTime): the run has ended (exitCode -1: by a signal).
+Napi::Value ended(const Napi::CallbackInfo& info) {
+  callArgument(info).call->ended(info[1].ToNumber().Int32Value(), info[2].ToBoolean());
+  return info.Env().Undefined();
 }
 
-// (view, piece): takes the next piece of git's output; returns false once the view is too long.
-Napi::Value addOutput(const Napi::CallbackInfo& info) {
-  const Bytes piece = bytesOf(bufferArgument(info, 1));
-  return Napi::Boolean::New(info.Env(), viewArgument(info).pieces.take(piece.data, piece.size));
-}
-
-// (view): once git's output has ended, returns the promise of the view, finished and decoded on
-// the pool.
-Napi::Value finishView(const Napi::CallbackInfo& info) {
-  std::shared_ptr<tarnwick::StreamedView> view = std::move(viewArgument(info).view);
-  return RenderWorker::start(info.Env(), [view] { return view->finish(); });
+// (call): once the call is decided, its result: the promise of the view (finished and decoded on
+// the pool), true for an applied hunk, or { failure, words } with failure "git", "nogit",
+// "unsafe" or "lfs" and the words of the run that failed.
+Napi::Value finish(const Napi::CallbackInfo& info) {
+  Napi::Env env = info.Env();
+  CallInProgress& held = callArgument(info);
+  static const char* const kFailures[] = {"", "git", "nogit", "unsafe", "lfs"};
+  tarnwick::CallFailure failure = held.call->failure();
+  if (failure == tarnwick::CallFailure::kNone && held.hunk && !held.hunk->applied()) {
+    failure = tarnwick::CallFailure::kGitFailed;  // git exited 0 and printed an error of its own
+  }
+  if (failure != tarnwick::CallFailure::kNone) {
+    Napi::Object out = Napi::Object::New(env);
+    out.Set("failure", Napi::String::New(env, kFailures[static_cast<int>(failure)]));
+    out.Set("words", stringArray(env, held.call->failedWords()));
+    return out;
+  }
+  if (held.hunk) return Napi::Boolean::New(env, true);
+  std::shared_ptr<tarnwick::ViewCall> view = std::move(held.view);
+  if (!view) throw Napi::Error::New(env, "the view is finished");
+  return RenderWorker::start(env, [view] { return view->finish(); });
 }
 
 // (units): the host's longest string.
@@ -190,23 +206,45 @@ Napi::Value setLongestString(const Napi::CallbackInfo& info) {
   return info.Env().Undefined();
 }
 
+// Returns the error a C++ failure on the script thread becomes, instead of the end of the
+// process: memory that could not be had, or anything else the core threw.
+Napi::Error scriptError(Napi::Env env, const std::exception* failure) {
+  const bool memory = failure == nullptr || dynamic_cast<const std::bad_alloc*>(failure) != nullptr;
+  Napi::Error error = Napi::Error::New(env, memory ? "Memory for the call could not be allocated" : failure->what());
+  if (memory) error.Set("code", Napi::String::New(env, "ERR_MEMORY_ALLOCATION_FAILED"));
+  return error;
+}
+
+// `Method`, with every C++ exception turned into a script exception (a rejection, for the
+// promise face's methods, which its script side calls from async functions).
+template <Napi::Value (*Method)(const Napi::CallbackInfo&)>
+Napi::Value safely(const Napi::CallbackInfo& info) {
+  try {
+    return Method(info);
+  } catch (const Napi::Error&) {
+    throw;
+  } catch (const std::exception& failure) {
+    throw scriptError(info.Env(), &failure);
+  } catch (...) {
+    throw scriptError(info.Env(), nullptr);
+  }
+}
+
 Napi::Object init(Napi::Env env, Napi::Object exports) {
+  tarnwick::stayLoaded(reinterpret_cast<const void*>(&init));
   const std::pair<const char*, Napi::Function::Callback> methods[] = {
-      {"cd", colorDiff},
-      {"smc", styleMergeConflicts},
-      {"gafh", getAdvancedFiltersHTML},
-      {"text", text},
-      {"driverSettingsArguments", driverSettingsArguments},
-      {"gitEnvironment", gitEnvironment},
-      {"commitLogArguments", commitLogArguments},
-      {"blameArguments", blameArguments},
-      {"hunkApplyArguments", hunkApplyArguments},
-      {"showsGitError", showsGitError},
-      {"commitOptions", commitOptions},
-      {"codeView", codeView},
-      {"addOutput", addOutput},
-      {"finishView", finishView},
-      {"setLongestString", setLongestString},
+      {"cd", safely<colorDiff>},
+      {"smc", safely<styleMergeConflicts>},
+      {"gafh", safely<getAdvancedFiltersHTML>},
+      {"text", safely<text>},
+      {"codeViewCall", safely<codeViewCall>},
+      {"commitListCall", safely<commitListCall>},
+      {"hunkCall", safely<hunkCall>},
+      {"nextRun", safely<nextRun>},
+      {"output", safely<output>},
+      {"ended", safely<ended>},
+      {"finish", safely<finish>},
+      {"setLongestString", safely<setLongestString>},
   };
   for (const auto& method : methods) exports.Set(method.first, Napi::Function::New(env, method.second, method.first));
   return exports;

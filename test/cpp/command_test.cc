@@ -88,6 +88,31 @@ TEST_P(Exec, RunsInTheFolderWithoutMovingTheProcess) {
   EXPECT_TRUE(fs::is_empty(folder.path));
 }
 
+// Returns whether process `pid` still runs (one that has ended but is not yet reaped does not).
+bool running(const std::string& pid) {
+  const std::string state = reference::runShell("cat /proc/" + pid + "/stat 2>/dev/null");
+  return !state.empty() && state.find(") Z") == std::string::npos;
+}
+
+// Returns whether `pid` is gone within two seconds.
+bool gone(const std::string& pid) {
+  for (int i = 0; i < 200 && running(pid); ++i) reference::runShell("sleep 0.01");
+  return !running(pid);
+}
+
+// Nothing a command started outlives it once it ends with the caller, and a time limit ends it
+// with all it started.
+TEST_P(Exec, NothingOutlivesTheCommand) {
+  const std::string started = run(tarnwick::endingWithCaller("sh -c 'sleep 30 >/dev/null 2>&1 & echo $!'"));
+  EXPECT_TRUE(gone(started.substr(0, started.size() - 1))) << started;
+  tarnwick::ExecOptions limited;
+  limited.timeLimitMs = 200;
+  const tarnwick::CommandResult slow = tarnwick::exec("sleep 30 & echo $!; wait", ".", limited);
+  EXPECT_TRUE(slow.outOfTime);
+  EXPECT_EQ(slow.exitStatus, -1);
+  EXPECT_TRUE(gone(slow.output.substr(0, slow.output.size() - 1))) << slow.output;
+}
+
 TEST(AsReadInPieces, ZeroByteEndsItsPiece) {
   const std::string a(100, 'a'), b(100, 'b');
   const std::pair<std::string, std::string> table[] = {

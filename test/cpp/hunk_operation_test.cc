@@ -1,45 +1,73 @@
-// The hunk operation around a stand-in command: the answer it reads from git's output, errors
-// and exit status, and the patch that git reads.
+// The hunk operation's answer, read from git's exit status and standard output, and the discard
+// that runs nothing because it would restore a Git LFS object that is not here.
 #include "hunk/hunk_operation.h"
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include <filesystem>
+#include <fstream>
 
-#include "command/shell_quote.h"
 #include "git_samples.h"
 
 namespace {
 
-// Returns a command that prints `out` and `errors` and exits with `status`, whatever words follow.
-std::string standIn(const std::string& out, const std::string& errors, int status) {
-  return "f() { printf %s " + tarnwick::quoteForShell(out) + "; printf %s " + tarnwick::quoteForShell(errors) +
-         " >&2; return " + std::to_string(status) + "; }; f";
+namespace fs = std::filesystem;
+
+// Runs `call` by hand to its command, in a repository whose git folder is `git` (which must
+// exist), and returns the command's standard input, or "(nothing)" when the call never got to it.
+std::string toCommand(tarnwick::HunkCall& call, const std::string& git) {
+  const std::string located = git + "\n" + git + "\n";
+  const std::string listing = std::string("local\0file:", 11) + git + std::string("/config\0core.bare\nfalse\0", 24);
+  call.next();
+  call.take(located.data(), located.size());
+  call.ended(0, false);
+  call.next();
+  call.take(listing.data(), listing.size());
+  call.ended(0, false);
+  const tarnwick::GitRun* run = call.next();
+  return run == nullptr ? "(nothing)" : std::string(run->input);
 }
 
-TEST(ExecuteHunkOperation, AnswersFromStatusOutputAndErrors) {
+// git's answer is its exit status, whatever it warns of on its standard error (a stale alternate
+// object store): only an error of git's own on its standard output, where the patch is never
+// quoted, refuses an exit status of 0.
+TEST(HunkCall, AnswersWhatGitDid) {
+  const std::string folder = fs::canonical(reference::makeTempFolder()).string();
   const std::pair<std::string, bool> texts[] = {
       {"", true}, {"error", false}, {"error\n", true}, {" error: x", true}, {"error: patch failed: file.txt:3\n", false},
       {"Checking patch file.txt...\nerror: while searching for:\n", false}, {"Error: something\n", true},
       {"errors: none\n", true}, {"error:no space\n", true}, {"+error: a line of the patch\n", true}};
   for (const auto& [text, clean] : texts) {
     EXPECT_EQ(tarnwick::showsGitError(text), !clean) << text;
-    EXPECT_EQ(tarnwick::_executeHunkOperation(standIn(text, "", 0), "patch", "."), clean) << text;
-    EXPECT_EQ(tarnwick::_executeHunkOperation(standIn("", text, 0), "patch", "."), clean) << text;
-    EXPECT_FALSE(tarnwick::_executeHunkOperation(standIn(text, "", 1), "patch", ".")) << text;
+    for (int status : {0, 1, -1}) {
+      tarnwick::HunkCall call(tarnwick::HunkAction::Stage, "the patch", folder, {});
+      EXPECT_EQ(toCommand(call, folder), "the patch");
+      call.take(text.data(), text.size());
+      call.ended(status, false);
+      EXPECT_EQ(call.applied(), clean && status == 0) << text << status;
+    }
   }
-  EXPECT_FALSE(tarnwick::_executeHunkOperation("kill -9 $$; :", "patch", "."));
+  reference::removeFolder(folder);
 }
 
-// Git reads the patch byte for byte on its standard input; a folder that cannot be entered runs
-// nothing.
-TEST(ExecuteHunkOperation, HandsThePatchToGitsStandardInput) {
-  const std::string folder = reference::makeTempFolder();
-  const std::string patch = std::string("body \xc3\xa9\r\nwith \"quotes\" and $(x)\n\0after zero\n", 40) + std::string(200000, 'p');
-  EXPECT_TRUE(tarnwick::_executeHunkOperation("cat > seen", patch, folder));
-  EXPECT_EQ(reference::runShell("cat seen", folder), patch);
-  EXPECT_FALSE(tarnwick::_executeHunkOperation("touch ran; :", patch, folder + "/missing"));
-  EXPECT_EQ(reference::runShell("ls", folder), "seen\n");
+TEST(HunkCall, DiscardNeedsTheLfsObjectItRestores) {
+  const std::string folder = fs::canonical(reference::makeTempFolder()).string();
+  const std::string oid = "b951fe82cd9948c65f1c2a146392a427269eaf715bf2fe01a98251765d861e6c";
+  const std::string pointer = "diff --git a/a.bin b/a.bin\n--- a/a.bin\n+++ b/a.bin\n@@ -1,3 +1,3 @@\n"
+                              " version https://git-lfs.github.com/spec/v1\n-oid sha256:" + oid +
+                              "\n-size 13\n+oid sha256:48bd7cf41478b3bfbf6c2c2808feaaca4a207a545846e7fe9da269867f925384\n"
+                              "+size 21\n";
+  const auto discard = [&](const std::string& patch) {
+    tarnwick::HunkCall call(tarnwick::HunkAction::Discard, patch, folder, {});
+    return toCommand(call, folder) == patch;
+  };
+  EXPECT_FALSE(discard(pointer));
+  EXPECT_TRUE(discard("@@ -1 +1 @@\n-oid sha256:" + oid + "\n+x\n"));  // not a pointer
+  tarnwick::HunkCall stage(tarnwick::HunkAction::Stage, pointer, folder, {});
+  EXPECT_EQ(toCommand(stage, folder), pointer);  // staging writes no work tree file
+  fs::create_directories(folder + "/lfs/objects/b9/51");
+  std::ofstream(folder + "/lfs/objects/b9/51/" + oid) << "real content\n";
+  EXPECT_TRUE(discard(pointer));
   reference::removeFolder(folder);
 }
 

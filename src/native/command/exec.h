@@ -24,6 +24,8 @@ struct ExecOptions {
   OutputSink* output = nullptr;
   // Standard output byte for byte, zero bytes included, rather than as fgets reads would keep it.
   bool exactOutput = false;
+  // Milliseconds after which the command and all it started are ended; 0: no limit.
+  unsigned timeLimitMs = 0;
 };
 
 // What a command run by `exec` left behind.
@@ -36,16 +38,28 @@ struct CommandResult {
   std::string errors;
   // Whether the output sink stopped the command (which was then ended, with all it started).
   bool stopped = false;
+  // Whether the time limit ended it.
+  bool outOfTime = false;
 };
 
 // Runs `command` with the system shell (/bin/sh -c) inside `folder` and waits for it to end.
 // The child enters the folder itself, so this process's current folder never changes, not even
-// for other threads while the command runs. Nothing runs (exit status -1, empty output) when the
+// for other threads while the command runs. It starts in a session of its own (no terminal to
+// wait on) and holds, as descriptor 3, the read end of a pipe whose other end only this call
+// holds: it reads a line feed once the command has ended, and the end of the pipe if this
+// process dies first (see endingWithCaller). Nothing runs (exit status -1, empty output) when the
 // folder cannot be entered, the command line is too long for the kernel, no descriptor or process
 // is left, or the command, the folder or an environment entry holds a zero byte, which the kernel
 // would read as their end. Standard output reaches the result or the sink as a loop of 127-byte
 // `fgets` reads would have collected it (see asReadInPieces), unless asked for exactly.
 CommandResult exec(const std::string& command, const std::string& folder, const ExecOptions& options = {});
+
+// Returns a command line that runs the simple command `command` (which the shell then becomes) so
+// that it and all it starts end with the caller: a watcher in its process group reads descriptor
+// 3 (see exec) and ends the group at once when it reads a line feed (the command has ended), or,
+// at the pipe's end (the caller died: a host killed, a worker ended), sends the group SIGTERM, so
+// that git removes its lock files, and SIGKILL a second later.
+std::string endingWithCaller(const std::string& command);
 
 // How the child enters its folder: by a change of folder that the process start itself makes,
 // where the system has one (glibc 2.29 and later, macOS 10.15 and later), or else by the shell,

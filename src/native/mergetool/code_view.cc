@@ -9,6 +9,7 @@
 
 #include "command/git_invocation.h"
 #include "command/split.h"
+#include "mergetool/html_escape.h"
 #include "mergetool/blame_parser.h"
 
 namespace tarnwick {
@@ -82,7 +83,8 @@ std::size_t CodeViewRenderer::renderRecords(const char* blame, std::size_t size,
     const std::string_view color(colorText, colorLength);
 
     std::string_view content;
-    if (!contentText_.empty()) {
+    const bool fromGit = contentText_.empty();
+    if (!fromGit) {
       if (lineNumber >= 1 && lineNumber <= lines_.size()) content = lines_[lineNumber - 1];
     } else {
       content = std::string_view(blame + record.line.begin, record.line.end - record.line.begin);
@@ -104,7 +106,11 @@ std::size_t CodeViewRenderer::renderRecords(const char* blame, std::size_t size,
     out += "px;'>";
     out += number;
     out += "</span><span class='line-contents'>";
-    out += content;
+    if (fromGit) {
+      appendEscapedText(out, content);
+    } else {
+      out += content;
+    }
     out += "</span></div>";
   }
   return scanner.resumeAt();
@@ -116,22 +122,21 @@ std::string renderCodeView(const std::string& blame, const std::string& baseColo
   return *view.finish();
 }
 
-std::vector<std::string> blameArguments(const std::string& filePath, const std::string& driverSettings) {
-  return guardedGitArguments(driverSettings, {"blame", "--line-porcelain", "HEAD", "--", filePath});
+std::unique_ptr<ViewCall> codeViewCall(const std::string& filePath, const std::string& repoPath,
+                                       const std::string& baseColor, const std::string& contentText,
+                                       std::size_t longestView, const std::vector<std::string>& host) {
+  return std::make_unique<ViewCall>(std::make_unique<CodeViewRenderer>(baseColor, contentText, longestView),
+                                    std::vector<std::string>{"blame", "--line-porcelain", "HEAD", "--", filePath},
+                                    repoPath, host);
 }
 
 std::optional<std::string> mergeToolGetCodeHTML(const std::string& filePath, const std::string& repoPath,
                                                 const std::string& baseColor, const std::string& contentText,
                                                 std::size_t longestView) {
-  std::string driverSettings;
-  if (!listDriverSettings(repoPath, driverSettings)) return std::string();
-  const std::vector<std::string> words = blameArguments(filePath, driverSettings);
-  if (words.empty()) return std::string();
-  CodeViewRenderer view(baseColor, contentText, longestView);
-  ExecOptions options;
-  options.output = &view;
-  runGit(gitCommandLine(words), repoPath, options);
-  return view.finish();
+  const std::unique_ptr<ViewCall> call =
+      codeViewCall(filePath, repoPath, baseColor, contentText, longestView, hostEnvironment());
+  runGitCall(*call, repoPath);
+  return call->finish();
 }
 
 }  // namespace tarnwick

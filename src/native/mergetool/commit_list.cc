@@ -106,20 +106,23 @@ std::string renderCommitOptions(const std::string& log, const std::string& fileP
   return *view.finish();
 }
 
-std::vector<std::string> commitLogArguments(const std::string& filePath) {
+std::unique_ptr<ViewCall> commitListCall(const std::string& filePath, const std::string& repoPath,
+                                         const std::string& selectedHash, std::size_t longestView,
+                                         const std::vector<std::string>& host) {
   // The path after "--" whatever it is (a file deleted from the work tree, or named like a tag or
   // an option), and the names git prints unquoted, whatever the user's core.quotePath.
-  return guardedGitArguments("", {"-c", "core.quotePath=false", "log", "--no-ext-diff", "--no-color", "--follow",
-                                  "--pretty=%h %H %at %s", "--name-status", "--", filePath});
+  return std::make_unique<ViewCall>(
+      std::make_unique<CommitOptionsRenderer>(filePath, selectedHash, longestView),
+      std::vector<std::string>{"-c", "core.quotePath=false", "log", "--no-ext-diff", "--no-color", "--follow",
+                               "--pretty=%h %H %at %s", "--name-status", "--", filePath},
+      repoPath, host);
 }
 
 std::optional<std::string> mergeToolGetCommitsListDropdown(const std::string& filePath, const std::string& repoPath,
                                                            const std::string& selectedHash, std::size_t longestView) {
-  CommitOptionsRenderer view(filePath, selectedHash, longestView);
-  ExecOptions options;
-  options.output = &view;
-  runGit(gitCommandLine(commitLogArguments(filePath)), repoPath, options);
-  return view.finish();
+  const std::unique_ptr<ViewCall> call = commitListCall(filePath, repoPath, selectedHash, longestView, hostEnvironment());
+  runGitCall(*call, repoPath);
+  return call->finish();
 }
 
 }  // namespace tarnwick

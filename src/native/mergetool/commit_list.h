@@ -2,6 +2,7 @@
 #define UTILS_MERGETOOL_COMMIT_LIST_H
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,14 +36,17 @@ class CommitOptionsRenderer final : public StreamedView {
 std::string renderCommitOptions(const std::string& log, const std::string& filePath,
                                 const std::string& selectedHash);
 
-// Returns the words after "git" of the command that lists the commits of `filePath`, followed
-// across renames, in the form renderCommitOptions reads (it reads no file through a driver).
-std::vector<std::string> commitLogArguments(const std::string& filePath);
+// Returns the call that lists the commits of `filePath`, followed across renames, in the
+// repository at `repoPath`, newest first, and builds their options as git prints them (see
+// ViewCall, CommitOptionsRenderer). Any path reaches git unchanged, and as a path; `host`: the
+// host's environment.
+std::unique_ptr<ViewCall> commitListCall(const std::string& filePath, const std::string& repoPath,
+                                         const std::string& selectedHash, std::size_t longestView,
+                                         const std::vector<std::string>& host);
 
-// Returns the options for the commits that touched `filePath`, followed across renames, as
-// `git log` run inside `repoPath` lists them, newest first, built while git prints them. Any path
-// reaches git unchanged, and as a path; a folder that cannot be entered runs nothing and gives
-// the empty string; a list of more than `longestView` UTF-16 units gives nothing, git stopped.
+// Returns the options of commitListCall, run to its end: the empty string when git lists nothing
+// or nothing may run (a folder that cannot be entered, a repository that cannot be guarded); a
+// list of more than `longestView` UTF-16 units gives nothing, git stopped.
 std::optional<std::string> mergeToolGetCommitsListDropdown(const std::string& filePath, const std::string& repoPath,
                                                            const std::string& selectedHash, std::size_t longestView);
 

@@ -62,4 +62,16 @@ char* writeEscapedHtml(char* out, const char* text, std::size_t length) {
   }
 }
 
+void appendEscapedText(std::string& out, std::string_view text) {
+  std::size_t plain = 0;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const char c = text[at];
+    if (c != '&' && c != '<' && c != '>') continue;
+    out.append(text, plain, at - plain);
+    out += entity(c);
+    plain = at + 1;
+  }
+  out.append(text, plain, text.size() - plain);
+}
+
 }  // namespace tarnwick

@@ -2,6 +2,8 @@
 #define UTILS_MERGETOOL_HTML_ESCAPE_H
 
 #include <cstddef>
+#include <string>
+#include <string_view>
 
 namespace tarnwick {
 
@@ -10,6 +12,10 @@ namespace tarnwick {
 // element text; every other byte is copied as it is. `out` must have room for 6 * `length`
 // bytes. Returns the end of what was written.
 char* writeEscapedHtml(char* out, const char* text, std::size_t length);
+
+// Appends `text` to `out` with & < > written as &amp; &lt; &gt;, so that a browser shows it as
+// text, not markup, between elements.
+void appendEscapedText(std::string& out, std::string_view text);
 
 }  // namespace tarnwick
 

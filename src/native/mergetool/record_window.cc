@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "convert/utf8_codec.h"
+
 namespace tarnwick {
 
 namespace {
@@ -31,6 +33,7 @@ void RecordWindow::append(const char* data, std::size_t size) {
     if (feed == nullptr) break;
     at = endLine(static_cast<std::size_t>(static_cast<const char*>(feed) - text_.data()));
   }
+  if (keptWhole()) shownLineUnits_ += leastUtf16Units(text_.data() + at, text_.size() - at);
   // Each trim reads the line once; trimming again only once it has doubled keeps that linear.
   if (text_.size() - lineStart_ >= std::max(trimFrom_, 2 * trimmedLength_)) trimCurrentLine(text_.size());
 }
@@ -38,7 +41,7 @@ void RecordWindow::append(const char* data, std::size_t size) {
 std::size_t RecordWindow::trimCurrentLine(std::size_t end) {
   const std::size_t begin = std::max(lineStart_, start_);
   trimmedLength_ = end - begin;
-  if (format_ == LineFormat::kBlame && keepContentLines_ && (followsFilename_ || twoAfterFilename_)) return end;
+  if (keptWhole()) return end;
   const std::string_view line(text_.data() + begin, end - begin);
   const std::string_view standIn = trimStandIn(format_);
   std::string trimmed;
@@ -65,7 +68,12 @@ std::size_t RecordWindow::endLine(std::size_t feed) {
   followsFilename_ = filename && length > 8 && isSpace(line[8]);
   lineStart_ = feed + 1;
   trimmedLength_ = 0;
+  shownLineUnits_ = 0;
   return lineStart_;
+}
+
+bool RecordWindow::keptWhole() const {
+  return format_ == LineFormat::kBlame && keepContentLines_ && (followsFilename_ || twoAfterFilename_);
 }
 
 std::size_t RecordWindow::decidedBefore(bool atEnd) const {

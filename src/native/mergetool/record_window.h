@@ -34,9 +34,15 @@ class RecordWindow {
   // Drops the text before `position`, which no attempt will read again.
   void consume(std::size_t position);
 
+  // Returns the fewest UTF-16 units that the line being received decodes to, when it is a line
+  // that the view may show whole (a blame content line kept untrimmed), else 0.
+  std::size_t shownLineUnits() const { return shownLineUnits_; }
+
  private:
   // Counts the line whose feed is at `feed` once it is trimmed, and returns where the next begins.
   std::size_t endLine(std::size_t feed);
+  // Returns whether the line being received may be a content line that the view shows whole.
+  bool keptWhole() const;
   // Trims the line being received, which ends at `end`; returns where it now ends.
   std::size_t trimCurrentLine(std::size_t end);
 
@@ -47,6 +53,7 @@ class RecordWindow {
   std::size_t start_ = 0;                // the first byte held
   std::size_t lineStart_ = 0;            // where the line being received starts in text_
   std::size_t trimmedLength_ = 0;        // its length after it was last trimmed
+  std::size_t shownLineUnits_ = 0;       // see shownLineUnits()
   std::deque<std::size_t> lineEnds_;     // in text_: after the line feed of each counted line
   bool previousIsFilename_ = false;      // the last line was "filename" alone
   bool followsFilename_ = false;         // the last line began with "filename" and a blank

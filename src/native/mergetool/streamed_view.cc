@@ -12,6 +12,12 @@ StreamedView::StreamedView(LineFormat format, bool keepContentLines, std::size_t
 bool StreamedView::take(const char* data, std::size_t size) {
   if (tooLong_) return false;
   window_.append(data, size);
+  // A line the view would show whole can pass the longest string alone, before its records end.
+  if (window_.shownLineUnits() > longestView_) {
+    tooLong_ = true;
+    std::string().swap(view_);
+    return false;
+  }
   scan(false);
   return !tooLong_;
 }
@@ -31,5 +37,9 @@ void StreamedView::scan(bool atEnd) {
     std::string().swap(view_);
   }
 }
+
+ViewCall::ViewCall(std::unique_ptr<StreamedView> view, std::vector<std::string> command, std::string repoPath,
+                   const std::vector<std::string>& host)
+    : GitCall(std::move(repoPath), host), view_(std::move(view)), pieces_(*view_), command_(std::move(command)) {}
 
 }  // namespace tarnwick

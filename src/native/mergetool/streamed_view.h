@@ -2,9 +2,12 @@
 #define UTILS_MERGETOOL_STREAMED_VIEW_H
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "command/git_call.h"
 #include "command/output_pieces.h"
 #include "mergetool/record_window.h"
 
@@ -43,6 +46,26 @@ class StreamedView : public OutputSink {
   std::size_t units_ = 0;     // the fewest UTF-16 units those bytes decode to
   bool tooLong_ = false;
   std::string view_;
+};
+
+// A method call whose command's output builds a view (see GitCall): the output goes to the view
+// as it arrives, in the pieces that fgets reads would have kept.
+class ViewCall final : public GitCall {
+ public:
+  ViewCall(std::unique_ptr<StreamedView> view, std::vector<std::string> command, std::string repoPath,
+           const std::vector<std::string>& host);
+
+  // Returns the view once the call is decided ("" when its command did not run), or nothing when
+  // it is too long for a string.
+  std::optional<std::string> finish() { return view_->finish(); }
+
+ private:
+  std::vector<std::string> commandWords() const override { return command_; }
+  bool takeCommandOutput(const char* data, std::size_t size) override { return pieces_.take(data, size); }
+
+  std::unique_ptr<StreamedView> view_;
+  FgetsPieces pieces_;
+  std::vector<std::string> command_;
 };
 
 }  // namespace tarnwick

@@ -64,10 +64,13 @@ function commit(repo, files, message, date = 1600000000) {
   return git(repo, ['rev-parse', 'HEAD']).trim();
 }
 
-// Returns a new folder holding a stand-in `git` that runs the shell `script`, whatever it is asked.
+// Returns a new folder holding a stand-in `git` that runs the shell `script` for the command of a
+// call; where the repository is and its configuration, it leaves to the real git.
+const realGit = execFileSync('sh', ['-c', 'command -v git'], { encoding: 'utf8' }).trim();
 function standInGit(script) {
   const bin = tempDir('utils-stand-in-');
-  fs.writeFileSync(path.join(bin, 'git'), `#!/bin/sh\n${script}\n`, { mode: 0o755 });
+  fs.writeFileSync(path.join(bin, 'git'), `#!/bin/sh\ncase "$1" in rev-parse|config) exec '${realGit}' "$@";; esac\n${script}\n`,
+    { mode: 0o755 });
   return bin;
 }
 
