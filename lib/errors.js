@@ -13,9 +13,9 @@ function abortError(signal) {
   return error;
 }
 
-// Returns the error of a git run that outlived its `timeout` and was ended.
+// Returns the error of a call that outlived its `timeout`: whatever git it started was ended.
 function timeoutError(timeout) {
-  const error = new Error(`git did not finish within ${timeout} ms and was ended`);
+  const error = new Error(`The call did not finish within ${timeout} ms; any git it started was ended`);
   error.code = 'ETIMEDOUT';
   error.timeout = timeout;
   return error;

@@ -32,40 +32,41 @@ std::string global(const std::string& record) { return "global\0file:/h/.gitconf
 // covered, the empty one included.
 TEST(Guard, OverridesWhatTheRepositoryChose) {
   const std::pair<std::string, std::string> table[] = {
-      {"", ""},
+      {"", "[blame]"},
       {global("filter.lfs.clean\ngit-lfs clean -- %f") + local("filter.lfs.clean\nevil"),
-       "[filter.lfs.clean=git-lfs clean -- %f]"},
+       "[filter.lfs.clean=git-lfs clean -- %f][blame]"},
       {local("filter.x.smudge\nevil") + "worktree\0file:/r/.git/config.worktree\0filter.x.process\nevil\0"s +
            local("filter.x.required"),
-       "[filter.x.smudge=][filter.x.process=][filter.x.required=false]"},
+       "[filter.x.smudge=][filter.x.process=][filter.x.required=false][blame]"},
       {local("diff.A.b.textconv\nevil") + global("diff.A.b.textconv\nmine") + global("diff.A.b.textconv\nlast"),
-       "[diff.A.b.textconv=last]"},
+       "[diff.A.b.textconv=last][blame]"},
       {local("diff.x.textconv\nevil") + global("filter.y.required") + local("filter.y.required\nfalse"),
-       "[diff.x.textconv=cat][filter.y.required=true]"},
-      {global("filter.lfs.smudge\ngit-lfs smudge") + local("core.editor\nevil") + local("diffx.y.textconv\nevil"), ""},
+       "[diff.x.textconv=cat][filter.y.required=true][blame]"},
+      {global("filter.lfs.smudge\ngit-lfs smudge") + local("core.editor\nevil") + local("diffx.y.textconv\nevil"), "[blame]"},
       // Odd subsection names: empty, dots, quotes, blanks, not ASCII.
       {local("filter..clean\nevil") + local("diff..textconv\nevil") + local("filter.a.b.smudge\nevil") +
            local("diff.\"q\" 'r'.textconv\nevil") + local("filter. \t.process\nevil") +
            local("diff.caf\xc3\xa9.textconv\nevil"),
        "[filter..clean=][diff..textconv=cat][filter.a.b.smudge=][diff.\"q\" 'r'.textconv=cat][filter. \t.process=]"
-       "[diff.caf\xc3\xa9.textconv=cat]"},
+       "[diff.caf\xc3\xa9.textconv=cat][blame]"},
       // What the user's Git LFS filter would read from the repository's configuration.
       {local("lfs.customtransfer.Evil.path\nx") + local("lfs.CustomTransfer.evil.args\nx") +
            local("lfs.standalonetransferagent\nevil") + local("lfs.extension.e.clean\nx") + local("lfs.storage\n/x") +
            local("remote.origin.lfsurl\nhttps://x") + local("core.sshcommand\nx") + local("lfs.url\nhttps://x"),
        "[lfs.customtransfer.Evil.path=][lfs.CustomTransfer.evil.args=][lfs.standalonetransferagent=]"
        "[lfs.extension.e.clean=][lfs.storage=][remote.origin.lfsurl=file:///dev/null/no-transfers]"
-       "[core.sshcommand=ssh]"},
-      // Files the commands read; blame's ignore files are a list the empty value empties.
+       "[core.sshcommand=ssh][blame]"},
+      // Files the commands read; blame's ignore files are a list only its own option empties.
       {local("mailmap.file\n/dev/zero") + local("core.attributesfile\n/dev/zero") + global("diff.orderfile\nmine") +
            local("diff.orderfile\n/dev/zero") + global("blame.ignorerevsfile\na") + global("blame.ignorerevsfile\nb") +
-           local("blame.ignorerevsfile\n/dev/zero") + local("blame.ignorerevsfile.x\nkept"),
-       "[mailmap.file=][core.attributesfile=][diff.orderfile=mine][blame.ignorerevsfile=][blame.ignorerevsfile=a]"
-       "[blame.ignorerevsfile=b]"}};
+           local("blame.ignorerevsfile\n/dev/zero") + local("blame.ignorerevsfile.x\nkept") +
+           global("blame.ignorerevsfile\n~/c"),
+       "[mailmap.file=][core.attributesfile=][diff.orderfile=mine][blame][--no-ignore-revs-file]"
+       "[--ignore-revs-file=a][--ignore-revs-file=b][--ignore-revs-file=/h/c]"}};
   for (const auto& [listing, expected] : table) {
     const tarnwick::Guard guard = tarnwick::decideGuard(listing, "/r/.git", "/r/.git", "/h");
     EXPECT_TRUE(guard.safe);
-    EXPECT_EQ(joined(guard.settings), kFixed + expected) << listing;
+    EXPECT_EQ(joined(guard.command({"blame"})), kFixed + expected) << listing;
   }
   EXPECT_FALSE(tarnwick::decideGuard(local("filter.a=b.clean\nevil"), "/r/.git", "/r/.git", "/h").safe);
 }

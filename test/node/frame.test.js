@@ -18,10 +18,11 @@ test('the package exports the eight methods in table order, each named by its sh
   assert.strictEqual(require(path.join(__dirname, '..', '..', 'build', 'Release', 'utils.node')), utils);
 });
 
-// Every context loads the module: a child that admits only context-aware add-ons loads it in its
-// main thread and in two workers at once, whose results (big ones held outside the heap among
-// them, dropped as each worker ends) are the main thread's.
-test('the add-on loads and answers in the main thread and in two workers at once, under --force-context-aware', () => {
+// Every context loads the module: a child that admits only context-aware add-ons loads it in a
+// worker alone, which ends before any other context loads it, then in its main thread and in two
+// workers at once, whose results (big ones held outside the heap among them, dropped as each
+// worker ends) are the main thread's.
+test('the add-on loads and answers in a lone worker, then in the main thread and two workers at once, under --force-context-aware', () => {
   const answers = (dir) => {
     const u = require(dir);
     return [Object.keys(u).join(), u.smc('<\u00e9>'), u.cd('+\u20ac #abcdef\n'.repeat(30000), 1, 1).length];
@@ -29,11 +30,14 @@ test('the add-on loads and answers in the main thread and in two workers at once
   const inContexts = (dir, source) => {
     const { Worker } = require('worker_threads');
     const post = `require('worker_threads').parentPort.postMessage((${source})(${JSON.stringify(dir)}))`;
-    const worker = () => new Promise((resolve) => new Worker(post, { eval: true }).once('message', resolve));
-    return Promise.all([eval(source)(dir), worker(), worker()]); // eslint-disable-line no-eval
+    const worker = () => new Promise((resolve) => {
+      let answer;
+      new Worker(post, { eval: true }).once('message', (got) => { answer = got; }).once('exit', () => resolve(answer));
+    });
+    return worker().then((alone) => Promise.all([alone, eval(source)(dir), worker(), worker()])); // eslint-disable-line no-eval
   };
   const expected = answers(root);
-  assert.deepStrictEqual(inChild(inContexts, [root, String(answers)], ['--force-context-aware']), [expected, expected, expected]);
+  assert.deepStrictEqual(inChild(inContexts, [root, String(answers)], ['--force-context-aware']), [expected, expected, expected, expected]);
 });
 
 test('string arguments go through the script\'s own string conversion', () => {

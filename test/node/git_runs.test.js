@@ -108,12 +108,12 @@ test('mtgcld lists a real file\'s commits newest first, across a rename; bytes t
   assert.ok(utils.mtgch('text.txt', repo, 'ffffff', null).includes(decoded("<span class='line-contents'>\t", bad, '</span></div>')));
 });
 
-// Each file by its own name: gone from the work tree, named like a tag, or not ASCII (git prints it
-// unquoted whatever the user's core.quotePath).
-test('mtgcld lists a deleted file, a file named like a tag and caf\u00e9.txt by their own names', async () => {
+// Each file by its own name: gone from the work tree, named like a tag, not ASCII (git prints it
+// unquoted whatever the user's core.quotePath), or like a pattern or a pathspec's magic.
+test('mtgcld lists a deleted file, a file named like a tag, caf\u00e9.txt and a[1].txt by their own names', async () => {
   const repo = makeRepo();
   git(repo, ['config', 'core.quotePath', 'true']);
-  const names = ['gone.txt', 'v1', 'caf\u00e9.txt'];
+  const names = ['gone.txt', 'v1', 'caf\u00e9.txt', 'a1.txt', 'a[1].txt', ':(top)a1.txt'];
   const ids = names.map((name) => commit(repo, { [name]: `${name}\n` }, `Add ${name}`));
   git(repo, ['tag', 'v1']);
   fs.unlinkSync(path.join(repo, 'gone.txt'));
@@ -143,4 +143,21 @@ test('mtgch shows a real file as in HEAD, with git\'s lines or the caller\'s', (
   assert.deepStrictEqual(utils.mtgch('a.txt', repo, 'ffffff'), utils.mtgch('a.txt', repo, 'ffffff', 'undefined'));
   assert.strictEqual(utils.mtgch('untracked.txt', repo, 'ffffff', null), '');
   assert.strictEqual(utils.mtgch('a.txt', tempDir(), 'ffffff', null), '');
+});
+
+// A clone made with --reference whose source has moved: git warns with an error line about the
+// alternate object store, and applies the hunk; the answer says so.
+test('a hunk git applied answers true whatever git warns of about the repository', async () => {
+  const source = makeRepo('source');
+  commit(source, { 'f.txt': 'one\ntwo\n' }, 'first');
+  const clone = path.join(tempDir(), 'clone');
+  git(source, ['clone', '-q', '--reference', source, source, clone]);
+  fs.renameSync(source, path.join(path.dirname(source), 'moved'));
+  fs.writeFileSync(path.join(clone, 'f.txt'), 'one\n2\n');
+  const patch = git(clone, ['diff']);
+  for (const face of [utils, promises]) {
+    assert.strictEqual(await face.grsh(patch, clone), true);
+    assert.strictEqual(git(clone, ['diff', '--cached', '--name-only']), 'f.txt\n');
+    git(clone, ['reset', '-q']);
+  }
 });

@@ -9,9 +9,10 @@ const assert = require('node:assert');
 const fs = require('fs');
 const path = require('path');
 const { Worker } = require('worker_threads');
+const { spawn, spawnSync, execFileSync } = require('child_process');
 const utils = require('../..');
 const promises = require('../../promises');
-const { root, tempDir, git, makeRepo, commit, inChild } = require('./support/repo');
+const { root, tempDir, git, makeRepo, commit, inChild, standInGit, withPath, ended } = require('./support/repo');
 
 const HUNK_METHODS = ['grsh', 'gruh', 'grdh'];
 
@@ -74,20 +75,20 @@ async function everyAnswer(repo, patch) {
   for (const face of [utils, promises]) {
     fs.writeFileSync(path.join(repo, 'f.txt'), 'one\n2\nthree\n');
     answers.push(await face.mtgch('f.txt', repo, 'ffffff', null), await face.mtgch('g.txt', repo, 'ffffff', null),
-      await face.mtgcld('f.txt', repo, ''));
+      await face.mtgch('h.txt', repo, 'ffffff', null), await face.mtgcld('f.txt', repo, ''));
     for (const name of HUNK_METHODS) answers.push(await face[name](patch, repo), left());
   }
   return answers;
 }
 
-test('no program that a repository\'s own .git names runs; the user\'s global drivers do', async () => {
+test('no program that a repository\'s own .git names runs and no file it names is read; the user\'s global drivers run', async () => {
   const marks = path.join(tempDir(), 'marks');
   const mark = marker(marks);
   const global = path.join(path.dirname(marks), 'global');
   fs.writeFileSync(global, `[diff "mine"]\n\ttextconv = '${mark}' global-textconv\n[filter "planted"]\n\tsmudge = '${mark}' global-smudge\n`);
   const repos = [makeRepo(), makeRepo()];
   for (const repo of repos) {
-    commit(repo, { '.gitattributes': 'f.txt diff=planted filter=planted\ng.txt diff=mine\n', 'f.txt': 'one\ntwo\n', 'g.txt': 'g\n' }, 'first');
+    commit(repo, { '.gitattributes': 'f.txt diff=planted filter=planted\ng.txt diff=mine\nh.txt diff= filter=\n', 'f.txt': 'one\ntwo\n', 'g.txt': 'g\n', 'h.txt': 'h\n' }, 'first');
     fs.writeFileSync(path.join(repo, 'f.txt'), 'one\n2\n');
     git(repo, ['add', 'f.txt']);
     const signed = `tree ${git(repo, ['write-tree']).trim()}\nparent ${git(repo, ['rev-parse', 'HEAD']).trim()}\n`
@@ -99,7 +100,9 @@ test('no program that a repository\'s own .git names runs; the user\'s global dr
   const patch = git(repos[1], ['diff', '--', 'f.txt']);
   const planted = repos[0];
   for (const name of ['diff.planted.textconv', 'filter.planted.clean', 'filter.planted.smudge', 'filter.planted.process',
-    'core.fsmonitor']) git(planted, ['config', name, `'${mark}' ${name}`]);
+    'core.fsmonitor', 'diff..textconv', 'filter..clean', 'filter..smudge']) git(planted, ['config', name, `'${mark}' ${name}`]);
+  // Files that never end: git would read them forever.
+  for (const name of ['mailmap.file', 'core.attributesFile', 'blame.ignoreRevsFile', 'diff.orderFile']) git(planted, ['config', name, '/dev/zero']);
   git(planted, ['config', 'gpg.program', mark]);  // run as a program, not by the shell
   git(planted, ['config', 'log.showSignature', 'true']);
   fs.writeFileSync(path.join(planted, '.git', 'hooks', 'post-index-change'), `#!/bin/sh\n'${mark}' hook\n`, { mode: 0o755 });
@@ -128,7 +131,7 @@ test('a partial clone fetches no missing object, so the program its config names
 
 test('git variables of the host redirect nothing: the named repository is read and staged', async () => {
   const [repo, other] = [makeRepo(), makeRepo()];
-  for (const [dir, text] of [[repo, 'one\n'], [other, 'other\n']]) commit(dir, { 'f.txt': text, 'g.txt': 'g\n' }, 'first');
+  for (const [dir, text] of [[repo, 'one\n'], [other, 'other\n']]) commit(dir, { 'f.txt': text, 'g.txt': 'g\n', 'h.txt': 'h\n' }, 'first');
   fs.writeFileSync(path.join(repo, 'f.txt'), 'one\n2\nthree\n');
   const patch = git(repo, ['diff', '--', 'f.txt']);
   const expected = await everyAnswer(repo, patch);
@@ -142,4 +145,78 @@ test('git variables of the host redirect nothing: the named repository is read a
     Object.assign(process.env, saved);
   }
   assert.strictEqual(git(other, ['status', '--porcelain']), '');
+});
+
+// A configuration file that reads differently each time (a FIFO that another account feeds) could
+// give the guard one configuration and the command another: nothing runs.
+test('a configuration that is no plain file only the user can change runs nothing', async () => {
+  const { repo, patch } = changedRepo();
+  const fifo = path.join(tempDir(), 'fifo');
+  execFileSync('mkfifo', [fifo]);
+  git(repo, ['config', 'include.path', fifo]);
+  const writer = spawn('sh', ['-c', `while :; do printf '[core]\\n' > '${fifo}'; done`], { stdio: 'ignore' });
+  try {
+    assert.deepStrictEqual([utils.mtgch('f.txt', repo, 'fff', null), utils.grsh(patch, repo)], ['', false]);
+    await assert.rejects(promises.mtgcld('f.txt', repo, ''), { code: 'GIT_UNSAFE_REPOSITORY' });
+  } finally {
+    writer.kill('SIGKILL');
+  }
+});
+
+test('no git outlives its caller: a host ended by SIGTERM, a worker ended by terminate()', async () => {
+  const { repo } = changedRepo();
+  const call = (face) => `require(${JSON.stringify(face)}).mtgch('f.txt', ${JSON.stringify(repo)}, 'fff', null)`;
+  const inWorker = (source) => `const w = new (require('worker_threads').Worker)(${JSON.stringify(source)}, { eval: true });
+    const t = setInterval(() => { if (require('fs').existsSync(process.env.PIDS)) { clearInterval(t); w.terminate(); } }, 10);`;
+  const cases = [[call(root), true], [call(`${root}/promises`), true], [inWorker(call(`${root}/promises`)), false]];
+  for (const [source, killHost] of cases) {
+    const pids = path.join(tempDir(), 'pid');
+    await withPath(standInGit(`echo $$ > '${pids}.new'; mv '${pids}.new' '${pids}'; exec sleep 30`), async () => {
+      const host = spawn(process.execPath, ['-e', source], { env: { ...process.env, PIDS: pids }, stdio: 'ignore' });
+      while (!fs.existsSync(pids)) await new Promise((resolve) => setTimeout(resolve, 10));
+      if (killHost) host.kill('SIGTERM');
+      await new Promise((resolve) => host.on('exit', resolve));
+    });
+    assert.ok(await ended(Number(fs.readFileSync(pids, 'utf8'))), source);
+  }
+});
+
+// Debian's git-lfs, installed the ordinary way, is the user's own filter: it still runs, but
+// nothing it would read from the repository's configuration runs or transfers, and a discard
+// whose object is not here (nothing is fetched) fails before git empties the file.
+test('the user\'s Git LFS runs nothing the repository names and fetches nothing', async (t) => {
+  if (spawnSync('git', ['lfs', 'version']).status !== 0) return t.skip('git-lfs is not installed');
+  const marks = path.join(tempDir(), 'marks');
+  const mark = marker(marks);
+  const global = path.join(path.dirname(marks), 'global');
+  fs.writeFileSync(global, '[filter "lfs"]\n\tclean = git-lfs clean -- %f\n\tsmudge = git-lfs smudge -- %f\n'
+    + '\tprocess = git-lfs filter-process\n\trequired = true\n');
+  process.env.GIT_CONFIG_GLOBAL = global;
+  try {
+    const repo = makeRepo();
+    commit(repo, { '.gitattributes': '*.bin filter=lfs diff=lfs merge=lfs -text\n', 'a.bin': 'real content\n' }, 'first');
+    const oid = require('crypto').createHash('sha256').update('real content\n').digest('hex');
+    const object = path.join(repo, '.git', 'lfs', 'objects', oid.slice(0, 2), oid.slice(2, 4), oid);
+    fs.renameSync(object, path.join(repo, 'kept'));
+    fs.writeFileSync(path.join(repo, 'a.bin'), 'real content\nchanged\n');
+    const patch = git(repo, ['diff']);
+    for (const [name, value] of [['lfs.standalonetransferagent', 'evil'], ['lfs.customtransfer.evil.path', mark],
+      ['lfs.extension.evil.smudge', `${mark} extension`], ['remote.origin.lfsurl', 'https://lfs.invalid/']]) git(repo, ['config', name, value]);
+    const answers = [];
+    for (const restore of [false, true]) {
+      if (restore) {
+        fs.renameSync(path.join(repo, 'kept'), object);
+        git(repo, ['config', '--unset', 'lfs.extension.evil.smudge']);  // switched off, it fails every clean
+      }
+      for (const face of [utils, promises]) {
+        fs.writeFileSync(path.join(repo, 'a.bin'), 'real content\nchanged\n');
+        answers.push(await Promise.resolve(face.grdh(patch, repo)).catch((error) => error.code), fs.readFileSync(path.join(repo, 'a.bin'), 'utf8'));
+      }
+    }
+    assert.deepStrictEqual(answers, [false, 'real content\nchanged\n', 'GIT_FAILED', 'real content\nchanged\n',
+      true, 'real content\n', true, 'real content\n']);
+  } finally {
+    delete process.env.GIT_CONFIG_GLOBAL;
+  }
+  assert.deepStrictEqual(marked(marks), []);
 });

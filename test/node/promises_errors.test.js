@@ -6,7 +6,8 @@ const assert = require('node:assert');
 const fs = require('fs');
 const path = require('path');
 const promises = require('../../promises');
-const { makeRepo, commit, tempDir, standInGit, withPath } = require('./support/repo');
+const { spawnSync } = require('child_process');
+const { root, makeRepo, commit, tempDir, standInGit, withPath, running } = require('./support/repo');
 
 const repo = makeRepo();
 commit(repo, { 'a.txt': 'one\n' }, 'first');
@@ -36,15 +37,6 @@ test('the patch reaches git apply on its standard input, byte for byte', async (
   assert.deepStrictEqual(fs.readFileSync(seen), Buffer.from('@@ \xc3\xa9\0\xed\xa0\x80\n', 'latin1'));
 });
 
-// Returns whether a process still runs (a zombie waiting to be reaped has ended).
-function running(pid) {
-  try {
-    return !/^\d+ \(.*\) Z/.test(fs.readFileSync(`/proc/${pid}/stat`, 'utf8'));
-  } catch (error) {
-    try { return process.kill(pid, 0); } catch (gone) { return false; }
-  }
-}
-
 test('abort and timeout end git and its children, which are gone when the promise rejects', async () => {
   const cases = [ // what, options, abort while git runs, code, git ignores SIGTERM
     ['abort before the run', { signal: AbortSignal.abort() }, false, 'ABORT_ERR'],
@@ -69,4 +61,27 @@ test('abort and timeout end git and its children, which are gone when the promis
     if (options.signal && !abortDuring) assert.ok(!fs.existsSync(pidFile), `${what}: nothing ran`);
     else assert.deepStrictEqual(fs.readFileSync(pidFile, 'utf8').trim().split(' ').map(Number).map(running), [false, false], what);
   }
+});
+
+// A hunk call that waits for the one before it in the same repository settles as soon as it is
+// aborted or its time is up, and never runs.
+test('a queued hunk call settles at once when aborted or timed out', async () => {
+  const order = [];
+  await withPath(standInGit('sleep 1'), async () => {
+    const controller = new AbortController();
+    setTimeout(() => controller.abort(), 50);
+    await Promise.all([
+      promises.grsh('x', repo).then(() => order.push('first')),
+      assert.rejects(promises.grsh('x', repo, { signal: controller.signal }), { code: 'ABORT_ERR' }).then(() => order.push('aborted')),
+      assert.rejects(promises.grsh('x', repo, { timeout: 100 }), { code: 'ETIMEDOUT', timeout: 100 }).then(() => order.push('timed out')),
+    ]);
+  });
+  assert.deepStrictEqual(order, ['aborted', 'timed out', 'first']);
+});
+
+test('memory that cannot be had on the script thread rejects the call, and the process goes on', () => {
+  const source = `require(${JSON.stringify(root)} + '/promises').smc('\\u00e9'.repeat(80e6))
+    .catch((error) => process.stdout.write(error.code))`;
+  const run = spawnSync('sh', ['-c', 'ulimit -v 1000000 && exec "$0" -e "$1"', process.execPath, source], { encoding: 'utf8' });
+  assert.strictEqual(run.stdout, 'ERR_MEMORY_ALLOCATION_FAILED', run.stderr);
 });

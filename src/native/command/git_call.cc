@@ -243,10 +243,8 @@ void GitCall::decide() {
 void GitCall::startCommand(const Guard& guard) {
   const CallFailure refused = beforeCommand(guard);
   if (refused != CallFailure::kNone) return fail(refused);
-  std::vector<std::string> words = guard.settings;
-  for (std::string& word : commandWords()) words.push_back(std::move(word));
   step_ = Step::kCommand;
-  prepare(std::move(words), environment_, commandInput(), 0);
+  prepare(guard.command(commandWords()), environment_, commandInput(), 0);
 }
 
 void runGitCall(GitCall& call, const std::string& repoPath) {

@@ -26,8 +26,9 @@ struct Rule {
   const char* subsection;
   const char* name;
   const char* off;
-  // A list that an empty value empties (blame's ignore files): the user's values follow that.
-  bool list;
+  // Blame's list of ignore files, which only its own option --no-ignore-revs-file empties (git
+  // reads every file of the list, however it ends): the user's files are then named again.
+  bool blameList;
 };
 
 const Rule kRules[] = {
@@ -139,6 +140,12 @@ bool isTrue(const Entry& entry) {
 
 }  // namespace
 
+std::vector<std::string> Guard::command(std::vector<std::string> words) const {
+  if (!words.empty() && words[0] == "blame") words.insert(words.begin() + 1, blameOptions.begin(), blameOptions.end());
+  words.insert(words.begin(), settings.begin(), settings.end());
+  return words;
+}
+
 std::vector<std::string> configListingArguments() {
   return {"config", "--show-origin", "--show-scope", "-z", "--list"};
 }
@@ -204,9 +211,12 @@ Guard decideGuard(const std::string& listing, const std::string& gitDir, const s
       guard.settings.emplace_back("-c");
       guard.settings.push_back(key.name + "=" + value);
     };
-    if (key.rule->list) {
-      set(key.rule->off);
-      for (const std::string& value : key.userValues) set(value);
+    if (key.rule->blameList) {
+      guard.blameOptions = {"--no-ignore-revs-file"};
+      for (const std::string& value : key.userValues) {
+        guard.blameOptions.push_back("--ignore-revs-file=" +
+                                     (value.compare(0, 2, "~/") == 0 ? home + value.substr(1) : value));
+      }
     } else {
       set(key.userValues.empty() ? std::string(key.rule->off) : key.userValues.back());
     }

@@ -24,6 +24,9 @@ struct Guard {
   bool safe = true;
   // The words before a command: "-c" and "name=value", one pair a setting.
   std::vector<std::string> settings;
+  // The options after "blame" that give it the user's ignore files only, when the repository
+  // names one.
+  std::vector<std::string> blameOptions;
   // The repository's own configuration files (its config, its worktree's, the files they
   // include), absolute: git reads them again for the command, so they must be files that only
   // the user can change (see trustedFile).
@@ -32,6 +35,9 @@ struct Guard {
   std::vector<std::string> userFiles;
   // The folder that holds Git LFS objects.
   std::string lfsObjects;
+
+  // Returns the words after "git" that run `command` (its own words after "git") behind the guard.
+  std::vector<std::string> command(std::vector<std::string> words) const;
 };
 
 // Returns the guard of the repository whose git folder is `gitDir` (absolute, the worktree's own)

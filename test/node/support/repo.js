@@ -56,7 +56,7 @@ function commit(repo, files, message, date = 1600000000) {
     const full = path.join(repo, file);
     fs.mkdirSync(path.dirname(full), { recursive: true });
     if (content !== null) fs.writeFileSync(full, content);
-    git(repo, ['add', '--', file]);
+    git(repo, ['--literal-pathspecs', 'add', '--', file]);
   }
   const stamp = `${date} +0000`;
   git(repo, ['commit', '-q', '--allow-empty', '--allow-empty-message', '-m', message],
@@ -96,4 +96,21 @@ function inChild(fn, args = [], flags = []) {
   return run.status === 0 ? JSON.parse(run.stdout) : { status: run.status, signal: run.signal, stderr: run.stderr };
 }
 
-module.exports = { root: path.join(__dirname, '..', '..', '..'), tempDir, git, makeRepo, commit, standInGit, withPath, inChild };
+// Returns whether a process still runs (a zombie waiting to be reaped has ended).
+function running(pid) {
+  try {
+    return !/^\d+ \(.*\) Z/.test(fs.readFileSync(`/proc/${pid}/stat`, 'utf8'));
+  } catch (error) {
+    try { return process.kill(pid, 0); } catch (gone) { return false; }
+  }
+}
+
+// Resolves once process `pid` has ended, or after two seconds.
+async function ended(pid) {
+  for (let i = 0; i < 200 && running(pid); i += 1) await new Promise((resolve) => setTimeout(resolve, 10));
+  return !running(pid);
+}
+
+module.exports = {
+  root: path.join(__dirname, '..', '..', '..'), tempDir, git, makeRepo, commit, standInGit, withPath, inChild, running, ended,
+};
