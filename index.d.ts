@@ -6,7 +6,7 @@
 export function cd(diffText: string, showColorPreviews: boolean, markAddedRemoved: boolean): string;
 /** Escapes "&", "<" and ">" of a file with merge-conflict markers, keeping the seven-character markers raw. */
 export function smc(text: string): string;
-/** Stages one hunk: applies the patch to the index with git apply; false when git refused it (its exit status, or an error in its output). */
+/** Stages one hunk: applies the patch to the index with git apply; true exactly when git applied it (its exit status, and no error in its output). */
 export function grsh(patchText: string, repoPath: string): boolean;
 /** Unstages one hunk: applies the patch in reverse to the index; false when git refused it. */
 export function gruh(patchText: string, repoPath: string): boolean;
@@ -18,7 +18,8 @@ export function gafh(): string;
 export function mtgcld(filePath: string, repoPath: string, selectedHash: string): string;
 /**
  * Returns the blame-annotated code view of a file as in HEAD. contentText replaces the shown
- * lines; null (or "") shows git's own lines. An omitted contentText is not null: it is converted
- * like any other value and shows the text "undefined".
+ * lines and is the caller's own markup, inserted as it stands; null (or "") shows git's own lines
+ * as text ("&", "<" and ">" escaped: a repository's file is no markup). An omitted contentText is
+ * not null: it is converted like any other value and shows the text "undefined".
  */
 export function mtgch(filePath: string, repoPath: string, baseColor: string, contentText: string | null): string;

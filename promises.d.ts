@@ -14,7 +14,7 @@ export interface AbortSignalLike {
 export interface GitRunOptions {
   /** Aborting it ends git and every process it started; the promise then rejects with ABORT_ERR. */
   signal?: AbortSignalLike;
-  /** Milliseconds git may run before it is ended and the promise rejects with ETIMEDOUT; 0 or absent: no limit. */
+  /** Milliseconds the call may take, waiting for its turn included, before whatever git it started is ended and the promise rejects with ETIMEDOUT; 0 or absent: no limit. */
   timeout?: number;
 }
 
@@ -34,17 +34,19 @@ export interface GitFailedError extends Error {
  * (with `path` set to the repository folder when that is missing, or to "git" when git is not on
  * PATH), ENOTDIR, EACCES, ERR_INVALID_ARG_VALUE (a zero character or lone surrogate in a path),
  * ERR_INVALID_ARG_TYPE and ERR_OUT_OF_RANGE (options), ERR_STRING_TOO_LONG (a result),
- * GIT_UNSAFE_REPOSITORY (a driver of the repository's own that cannot be switched off; nothing ran).
+ * ERR_MEMORY_ALLOCATION_FAILED (memory for the call could not be had), GIT_UNSAFE_REPOSITORY (the
+ * repository's configuration cannot be guarded for the call: a setting that cannot be overridden,
+ * or a configuration file that is no plain file only the user can change; nothing ran).
  */
 export type ErrorCode = 'GIT_FAILED' | 'ABORT_ERR' | 'ETIMEDOUT' | 'ENOENT' | 'ENOTDIR' | 'EACCES'
   | 'ERR_INVALID_ARG_VALUE' | 'ERR_INVALID_ARG_TYPE' | 'ERR_OUT_OF_RANGE' | 'ERR_STRING_TOO_LONG'
-  | 'GIT_UNSAFE_REPOSITORY';
+  | 'ERR_MEMORY_ALLOCATION_FAILED' | 'GIT_UNSAFE_REPOSITORY';
 
 /** Colours a unified diff as HTML; fulfils with undefined when given fewer than three arguments. */
 export function cd(diffText: string, showColorPreviews: boolean, markAddedRemoved: boolean): Promise<string>;
 /** Escapes "&", "<" and ">" of a file with merge-conflict markers, keeping the seven-character markers raw. */
 export function smc(text: string): Promise<string>;
-/** Stages one hunk (git apply --cached, the patch on its standard input); fulfils with true, rejects with git's message when refused. */
+/** Stages one hunk (git apply --cached, the patch on its standard input); fulfils with true when git applied it, rejects with git's message when it did not. */
 export function grsh(patchText: string, repoPath: string, options?: GitRunOptions): Promise<true>;
 /** Unstages one hunk (git apply -R --cached); fulfils with true, rejects with git's message when refused. */
 export function gruh(patchText: string, repoPath: string, options?: GitRunOptions): Promise<true>;
@@ -56,7 +58,7 @@ export function gafh(): Promise<string>;
 export function mtgcld(filePath: string, repoPath: string, selectedHash: string, options?: GitRunOptions): Promise<string>;
 /**
  * Fulfils with the blame-annotated code view of a file as in HEAD. contentText replaces the shown
- * lines; null (or "") shows git's own lines; an omitted one is converted text, as in the
- * synchronous add-on.
+ * lines and is the caller's own markup; null (or "") shows git's own lines as text ("&", "<" and
+ * ">" escaped); an omitted one is converted text, as in the synchronous add-on.
  */
 export function mtgch(filePath: string, repoPath: string, baseColor: string, contentText: string | null, options?: GitRunOptions): Promise<string>;

@@ -52,7 +52,10 @@ const std::string& logOutput() {
     std::fwrite(stream.data(), 1, stream.size(), import);
     pclose(import);
     tarnwick::exec(cd + "git reset -q --hard", ".");  // git log needs the path in the work tree
-    std::string out = tarnwick::exec(tarnwick::gitCommandLine(tarnwick::commitLogArguments(kFile)), repo).output;
+    std::string out = tarnwick::exec(tarnwick::gitCommandLine({"log", "--no-ext-diff", "--no-color", "--follow",
+                                                               "--pretty=%h %H %at %s", "--name-status", "--", kFile}),
+                                     repo)
+                          .output;
     tarnwick::exec("rm -rf " + tarnwick::quoteForShell(repo), ".");
     return out;
   }();
