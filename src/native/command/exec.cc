@@ -222,6 +222,9 @@ int millisecondsTo(std::chrono::steady_clock::time_point deadline) {
   return left.count() < 0 ? 0 : static_cast<int>(std::min<long long>(left.count(), INT_MAX));
 }
 
+// How much of a command's standard error is kept: its first lines say what failed.
+constexpr std::size_t kKeptErrors = 64 * 1024;
+
 // How a drain ended.
 enum class Drained { kAll, kStopped, kOutOfTime };
 
@@ -249,7 +252,7 @@ Drained drain(Descriptor& input, std::string_view pending, Descriptor& output, D
     if (fds[1].revents != 0) {
       const std::size_t got = readSome(errors.get(), buffer.get(), 65536);
       if (got == 0) errors.close();
-      errorText.append(buffer.get(), got);
+      errorText.append(buffer.get(), std::min(got, kKeptErrors - std::min(kKeptErrors, errorText.size())));
     }
     if (fds[2].revents != 0) {
       const ssize_t written = write(input.get(), pending.data(), pending.size());

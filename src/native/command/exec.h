@@ -34,7 +34,7 @@ struct CommandResult {
   int exitStatus = -1;
   // Its standard output, as a loop of 127-byte `fgets` reads would have collected it.
   std::string output;
-  // Its standard error, when asked for.
+  // The first 64 KB of its standard error, when asked for.
   std::string errors;
   // Whether the output sink stopped the command (which was then ended, with all it started).
   bool stopped = false;

@@ -190,10 +190,10 @@ void GitCall::fail(CallFailure failure) {
 }
 
 void GitCall::locate() {
-  const std::string folder = absoluteFolder(repoPath_);
-  if (!folder.empty()) {
+  folder_ = absoluteFolder(repoPath_);
+  if (!folder_.empty()) {
     Guard guard;
-    if (keptGuard(keyOf(folder, environment_), folder + "/.git", &guard)) return startCommand(guard);
+    if (keptGuard(keyOf(folder_, environment_), folder_ + "/.git", &guard)) return startCommand(guard);
   }
   step_ = Step::kLocate;
   prepare(locateArguments(), environment_, {}, kConfigTimeLimitMs);
@@ -209,12 +209,11 @@ void GitCall::list() {
     lines.push_back(output_.substr(at, feed - at));
     at = feed + 1;
   }
-  const std::string folder = absoluteFolder(repoPath_);
-  if (lines.size() < 2 || lines[0].empty() || lines[0][0] != '/' || lines[1].empty() || folder.empty()) {
+  if (lines.size() < 2 || lines[0].empty() || lines[0][0] != '/' || lines[1].empty() || folder_.empty()) {
     return fail(CallFailure::kUnsafe);
   }
   gitDir_ = lines[0];
-  commonDir_ = lines[1][0] == '/' ? lines[1] : folder + "/" + lines[1];
+  commonDir_ = lines[1][0] == '/' ? lines[1] : folder_ + "/" + lines[1];
   top_ = lines.size() == 3 && lines[2].empty();
   output_.clear();
   step_ = Step::kList;
@@ -228,10 +227,9 @@ void GitCall::decide() {
   std::string().swap(output_);
   Kept entry;
   if (!guard.safe || !trustedSignatures(guard.repositoryFiles, &entry.repository)) return fail(CallFailure::kUnsafe);
-  const std::string folder = absoluteFolder(repoPath_);
-  if (top_ && !folder.empty()) {
-    entry.key = keyOf(folder, environment_);
-    entry.top = signatureOf(folder + "/.git");
+  if (top_) {
+    entry.key = keyOf(folder_, environment_);
+    entry.top = signatureOf(folder_ + "/.git");
     entry.userFiles = userFiles(guard, environment_);
     for (const std::string& file : entry.userFiles) entry.user.push_back(signatureOf(file));
     entry.guard = guard;

@@ -86,6 +86,7 @@ class GitCall : public OutputSink {
 
   const std::string repoPath_;
   const std::vector<std::string> environment_;
+  std::string folder_;  // repoPath_, absolute and with links resolved
   Step step_ = Step::kStart;
   GitRun run_;
   bool pending_ = false;  // run_ is prepared and not yet handed out
