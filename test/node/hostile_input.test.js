@@ -173,9 +173,10 @@ test('no git outlives its caller: a host ended by SIGTERM, a worker ended by ter
     const pids = path.join(tempDir(), 'pid');
     await withPath(standInGit(`echo $$ > '${pids}.new'; mv '${pids}.new' '${pids}'; exec sleep 30`), async () => {
       const host = spawn(process.execPath, ['-e', source], { env: { ...process.env, PIDS: pids }, stdio: 'ignore' });
+      const exited = new Promise((resolve) => host.on('exit', resolve));
       while (!fs.existsSync(pids)) await new Promise((resolve) => setTimeout(resolve, 10));
       if (killHost) host.kill('SIGTERM');
-      await new Promise((resolve) => host.on('exit', resolve));
+      await exited;
     });
     assert.ok(await ended(Number(fs.readFileSync(pids, 'utf8'))), source);
   }

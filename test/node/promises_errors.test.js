@@ -76,7 +76,7 @@ test('a queued hunk call settles at once when aborted or timed out', async () =>
       assert.rejects(promises.grsh('x', repo, { timeout: 100 }), { code: 'ETIMEDOUT', timeout: 100 }).then(() => order.push('timed out')),
     ]);
   });
-  assert.deepStrictEqual(order, ['aborted', 'timed out', 'first']);
+  assert.deepStrictEqual([order.slice(0, 2).sort(), order[2]], [['aborted', 'timed out'], 'first']);
 });
 
 test('memory that cannot be had on the script thread rejects the call, and the process goes on', () => {
