@@ -12,7 +12,9 @@ const { promisify } = require('util');
 const { constants } = require('buffer');
 const native = require('./build/Release/utils_promises.node');
 const { runGit, CallControl } = require('./lib/git-run');
-const { gitFailed, gitMissing, invalidArgValue, unsafeRepository, lfsObjectMissing, stringTooLong } = require('./lib/errors');
+const {
+  gitFailed, gitMissing, invalidArgValue, invalidArgType, unsafeRepository, lfsObjectMissing, stringTooLong,
+} = require('./lib/errors');
 
 native.setLongestString(constants.MAX_STRING_LENGTH);
 const realpath = promisify(fs.realpath);
@@ -148,6 +150,10 @@ async function mtgcld(filePath, repoPath, selectedHash, options) {
 }
 
 async function mtgch(filePath, repoPath, baseColor, contentText, options) {
+  // An object that would read as "[object Object]" is an options object one argument early.
+  if (contentText !== null && typeof contentText === 'object' && contentText.toString === Object.prototype.toString) {
+    throw invalidArgType('contentText', 'of type string or null', contentText);
+  }
   const file = native.text(filePath);
   const repo = native.text(repoPath);
   const color = native.text(baseColor);

@@ -83,6 +83,7 @@ class CallControl {
         || typeof signal.addEventListener !== 'function')) {
       throw invalidArgType('options.signal', 'an instance of AbortSignal', signal);
     }
+    if (timeout !== undefined && typeof timeout !== 'number') throw invalidArgType('options.timeout', 'of type number', timeout);
     if (timeout !== undefined && !(Number.isInteger(timeout) && timeout >= 0 && timeout <= MAX_TIMEOUT)) {
       const error = new RangeError(`The value of "options.timeout" is out of range. It must be >= 0 && <= ${MAX_TIMEOUT}. Received ${String(timeout)}`);
       error.code = 'ERR_OUT_OF_RANGE';

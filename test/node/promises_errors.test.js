@@ -26,6 +26,8 @@ test('each failure rejects with a code that says why', async () => {
     ['a lone surrogate in a folder', () => promises.gruh('x', `${repo}\ud800`), { code: 'ERR_INVALID_ARG_VALUE' }],
     ['options of the wrong kind', () => promises.grsh('x', repo, 'fast'), { code: 'ERR_INVALID_ARG_TYPE' }],
     ['a negative timeout', () => promises.grsh('x', repo, { timeout: -1 }), { code: 'ERR_OUT_OF_RANGE' }],
+    ['a timeout that is no number', () => promises.grsh('x', repo, { timeout: '10' }), { code: 'ERR_INVALID_ARG_TYPE', message: /"options\.timeout"/ }],
+    ['options where contentText belongs', () => promises.mtgch('a.txt', repo, 'fff', { timeout: 1 }), { code: 'ERR_INVALID_ARG_TYPE', message: /"contentText"/ }],
     ['git missing', () => withPath(bin, () => promises.mtgch('a.txt', repo, 'fff', null), true), { code: 'ENOENT', path: 'git' }],
   ];
   for (const [what, call, expected] of table) await assert.rejects(call(), expected, what);
