@@ -101,29 +101,13 @@ TEST(TrustedFile, OnlyFilesNobodyElseCanChange) {
     EXPECT_EQ(chmod(path.c_str(), mode) | chown(path.c_str(), owner, 0), 0);
     return path;
   };
-  mkfifo((top + "/fifo").c_str(), 0600);
-  fs::create_directories(top + "/open");
-  chmod((top + "/open").c_str(), 0777);
-  fs::create_directories(top + "/shared");
-  chmod((top + "/shared").c_str(), 01777);
-  fs::create_symlink(top + "/open", top + "/link-to-open");
+  reference::runShell("cd '" + top + "' && mkfifo fifo && mkdir -m 0777 open && mkdir -m 01777 shared && ln -s open link-to-open");
   const std::pair<std::string, bool> table[] = {
-      {file("plain", 0644), true},
-      {top + "/missing", true},
-      {top + "/no/such/folder", true},
-      {file("others", 0646), false},
-      {file("theirs", 0644, 65534), false},
-      {top + "/fifo", false},
-      {"/dev/zero", false},
-      {file("open/x", 0644), false},
-      {top + "/open/missing", false},
-      {file("shared/mine", 0644), true},
-      {file("shared/theirs", 0644, 65534), false},
-      {top + "/shared/missing", false},
-      {top + "/link-to-open/x", false},
-      {top + "/./plain", true},
-      {top + "/open/../plain", true},
-      {"relative", false}};
+      {file("plain", 0644), true}, {top + "/missing", true}, {top + "/no/such/folder", true},
+      {file("others", 0646), false}, {file("theirs", 0644, 65534), false}, {top + "/fifo", false}, {"/dev/zero", false},
+      {file("open/x", 0644), false}, {top + "/open/missing", false}, {top + "/link-to-open/x", false},
+      {file("shared/mine", 0644), true}, {file("shared/theirs", 0644, 65534), false}, {top + "/shared/missing", false},
+      {top + "/./plain", true}, {top + "/open/../plain", true}, {"relative", false}};
   for (const auto& [path, trusted] : table) {
     tarnwick::FileSignature signature;
     EXPECT_EQ(tarnwick::trustedFile(path, &signature), trusted) << path;

@@ -1,11 +1,9 @@
-// The hunk operation's answer, read from git's exit status and standard output, and the discard
-// that runs nothing because it would restore a Git LFS object that is not here.
+// The hunk operation's answer, read from git's exit status and standard output.
 #include "hunk/hunk_operation.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include "git_samples.h"
 
@@ -47,27 +45,6 @@ TEST(HunkCall, AnswersWhatGitDid) {
       EXPECT_EQ(call.applied(), clean && status == 0) << text << status;
     }
   }
-  reference::removeFolder(folder);
-}
-
-TEST(HunkCall, DiscardNeedsTheLfsObjectItRestores) {
-  const std::string folder = fs::canonical(reference::makeTempFolder()).string();
-  const std::string oid = "b951fe82cd9948c65f1c2a146392a427269eaf715bf2fe01a98251765d861e6c";
-  const std::string pointer = "diff --git a/a.bin b/a.bin\n--- a/a.bin\n+++ b/a.bin\n@@ -1,3 +1,3 @@\n"
-                              " version https://git-lfs.github.com/spec/v1\n-oid sha256:" + oid +
-                              "\n-size 13\n+oid sha256:48bd7cf41478b3bfbf6c2c2808feaaca4a207a545846e7fe9da269867f925384\n"
-                              "+size 21\n";
-  const auto discard = [&](const std::string& patch) {
-    tarnwick::HunkCall call(tarnwick::HunkAction::Discard, patch, folder, {});
-    return toCommand(call, folder) == patch;
-  };
-  EXPECT_FALSE(discard(pointer));
-  EXPECT_TRUE(discard("@@ -1 +1 @@\n-oid sha256:" + oid + "\n+x\n"));  // not a pointer
-  tarnwick::HunkCall stage(tarnwick::HunkAction::Stage, pointer, folder, {});
-  EXPECT_EQ(toCommand(stage, folder), pointer);  // staging writes no work tree file
-  fs::create_directories(folder + "/lfs/objects/b9/51");
-  std::ofstream(folder + "/lfs/objects/b9/51/" + oid) << "real content\n";
-  EXPECT_TRUE(discard(pointer));
   reference::removeFolder(folder);
 }
 

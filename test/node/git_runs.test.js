@@ -148,9 +148,8 @@ test('mtgch shows a real file as in HEAD, with git\'s lines or the caller\'s', (
 // A clone made with --reference whose source has moved: git warns with an error line about the
 // alternate object store, and applies the hunk; the answer says so.
 test('a hunk git applied answers true whatever git warns of about the repository', async () => {
-  const source = makeRepo('source');
+  const [source, clone] = [makeRepo('source'), path.join(tempDir(), 'clone')];
   commit(source, { 'f.txt': 'one\ntwo\n' }, 'first');
-  const clone = path.join(tempDir(), 'clone');
   git(source, ['clone', '-q', '--reference', source, source, clone]);
   fs.renameSync(source, path.join(path.dirname(source), 'moved'));
   fs.writeFileSync(path.join(clone, 'f.txt'), 'one\n2\n');

@@ -205,10 +205,8 @@ test('the user\'s Git LFS runs nothing the repository names and fetches nothing'
       ['lfs.extension.evil.smudge', `${mark} extension`], ['remote.origin.lfsurl', 'https://lfs.invalid/']]) git(repo, ['config', name, value]);
     const answers = [];
     for (const restore of [false, true]) {
-      if (restore) {
-        fs.renameSync(path.join(repo, 'kept'), object);
-        git(repo, ['config', '--unset', 'lfs.extension.evil.smudge']);  // switched off, it fails every clean
-      }
+      // Back: the object, and the user's filter without the extension, which switched off fails every clean.
+      if (restore) { fs.renameSync(path.join(repo, 'kept'), object); git(repo, ['config', '--unset', 'lfs.extension.evil.smudge']); }
       for (const face of [utils, promises]) {
         fs.writeFileSync(path.join(repo, 'a.bin'), 'real content\nchanged\n');
         answers.push(await Promise.resolve(face.grdh(patch, repo)).catch((error) => error.code), fs.readFileSync(path.join(repo, 'a.bin'), 'utf8'));
