@@ -26,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   // As characters: made exactly when the result has no zero byte and is UTF-8 (whose characters
   // all fit in a byte, for a one-byte text), and then equal to its decoding.
-  const tarnwick::ColorDiffUnits units =
+  const tarnwick::ScriptUnits units =
       tarnwick::colorDiffUnits(text.data(), text.size(), text.size(), oneByte, show, mark, SIZE_MAX);
   if (reference::madeUnits(units, oneByte) != reference::asUnits(expected, oneByte)) std::abort();
   return 0;

@@ -1,13 +1,14 @@
 #include "render_worker.h"
 
+#include <new>
 #include <utility>
 
 namespace tarnwick {
 
 namespace {
 
-void settle(Napi::Promise::Deferred& deferred, Napi::Env env, const ScriptString* text) {
-  const Napi::Value string = text != nullptr ? text->make(env) : Napi::Value();
+void settle(Napi::Promise::Deferred& deferred, Napi::Env env, ScriptUnits units) {
+  const Napi::Value string = makeScriptString(env, std::move(units));
   if (string.IsEmpty()) {
     deferred.Reject(stringTooLongError(env).Value());
   } else {
@@ -27,21 +28,29 @@ Napi::Promise RenderWorker::start(Napi::Env env, Render render) {
 RenderWorker::RenderWorker(Napi::Env env, Render render)
     : Napi::AsyncWorker(env, "tarnwick:render"), render_(std::move(render)), deferred_(Napi::Promise::Deferred::New(env)) {}
 
-// A std::exception thrown here (memory running out on a huge text) rejects the promise with its
-// message: AsyncWorker catches it.
+// Memory running out on a huge text rejects the promise as on the script thread; any other
+// std::exception thrown here rejects it with its message (AsyncWorker catches it).
 void RenderWorker::Execute() {
-  std::optional<std::string> text = render_();
-  if (text) result_.reset(new ScriptString(std::move(*text)));
+  try {
+    result_ = render_();
+  } catch (const std::bad_alloc&) {
+    outOfMemory_ = true;
+  }
 }
 
-void RenderWorker::OnOK() { settle(deferred_, Env(), result_.get()); }
+void RenderWorker::OnOK() {
+  if (outOfMemory_) {
+    deferred_.Reject(outOfMemoryError(Env()).Value());
+  } else {
+    settle(deferred_, Env(), std::move(result_));
+  }
+}
 
 void RenderWorker::OnError(const Napi::Error& error) { deferred_.Reject(error.Value()); }
 
-Napi::Promise settledWithText(Napi::Env env, std::optional<std::string> text) {
+Napi::Promise settledWith(Napi::Env env, ScriptUnits units) {
   Napi::Promise::Deferred deferred = Napi::Promise::Deferred::New(env);
-  const std::unique_ptr<ScriptString> string(text ? new ScriptString(std::move(*text)) : nullptr);
-  settle(deferred, env, string.get());
+  settle(deferred, env, std::move(units));
   return deferred.Promise();
 }
 

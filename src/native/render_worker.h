@@ -6,9 +6,6 @@
 #include <napi.h>
 
 #include <functional>
-#include <memory>
-#include <optional>
-#include <string>
 
 #include "script_text.h"
 
@@ -16,8 +13,8 @@ namespace tarnwick {
 
 class RenderWorker final : public Napi::AsyncWorker {
  public:
-  // Returns the result, or nothing when it is too long for a script string.
-  using Render = std::function<std::optional<std::string>()>;
+  // Returns the result as the characters of a script string (tooLong: too long for one).
+  using Render = std::function<ScriptUnits()>;
 
   // Queues `render` and returns the promise that its result, as a script string, fulfils (or that
   // rejects with ERR_STRING_TOO_LONG). `render` owns what it reads.
@@ -30,13 +27,14 @@ class RenderWorker final : public Napi::AsyncWorker {
   void OnError(const Napi::Error& error) override;
 
   Render render_;
-  std::unique_ptr<ScriptString> result_;
+  ScriptUnits result_;
+  bool outOfMemory_ = false;
   Napi::Promise::Deferred deferred_;
 };
 
-// Returns a promise settled at once with `text`, rendered on the script thread (for work too
-// small to be worth a trip to the pool); rejected when the text is too long for a string.
-Napi::Promise settledWithText(Napi::Env env, std::optional<std::string> text);
+// Returns a promise settled at once with `units`, made on the script thread (for work too small
+// to be worth a trip to the pool); rejected when they are too long for a string.
+Napi::Promise settledWith(Napi::Env env, ScriptUnits units);
 
 }  // namespace tarnwick
 

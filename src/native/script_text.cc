@@ -1,16 +1,44 @@
 #include "script_text.h"
 
-#include <atomic>
-#include <cstring>
-#include <utility>
-#include <vector>
+#include <dlfcn.h>
 
-#include "convert/utf8_codec.h"
+#include <atomic>
+#include <cstdint>
+#include <utility>
 
 namespace tarnwick {
 
-std::string readScriptText(napi_env env, napi_value value, std::size_t* units) {
-  std::string out;
+namespace {
+
+// Results at least this long are handed over in place: copying them, and the fresh pages a copy
+// needs, costs more than the whole rendering.
+constexpr std::size_t kExternalResultBytes = 256 * 1024;
+
+// Node-API's external strings (node_api_create_external_string_latin1 and _utf16), which hosts
+// from Node 20.4 have and this module's Node-API version does not name: looked up once.
+using CreateExternal = napi_status (*)(napi_env, void*, std::size_t, napi_finalize, void*, napi_value*, bool*);
+CreateExternal externalMaker(const char* name) {
+  return reinterpret_cast<CreateExternal>(dlsym(RTLD_DEFAULT, name));
+}
+
+// Releases the block of an external string the host no longer holds.
+void releaseBlock(napi_env env, void*, void* hint) {
+  auto* block = static_cast<PageBlock*>(hint);
+  std::int64_t left = 0;
+  napi_adjust_external_memory(env, -static_cast<std::int64_t>(block->capacity()), &left);
+  delete block;
+}
+
+}  // namespace
+
+TextBlock ScriptChars::read(bool escapeHtml) const {
+  TextBlock text(length, false, escapeHtml);
+  text.addUtf16(reinterpret_cast<const std::uint16_t*>(units.data()), length);
+  return text;
+}
+
+ScriptChars readScriptChars(napi_env env, napi_value value) {
+  ScriptChars out;
   napi_valuetype type = napi_undefined;
   if (napi_typeof(env, value, &type) != napi_ok) return out;
   napi_value text = value;
@@ -21,39 +49,36 @@ std::string readScriptText(napi_env env, napi_value value, std::size_t* units) {
   }
   std::size_t length = 0;
   if (napi_get_value_string_utf16(env, text, nullptr, 0, &length) != napi_ok || length == 0) return out;
-  if (units != nullptr) *units = length;
-  std::vector<char16_t> characters(length + 1);
-  napi_get_value_string_utf16(env, text, characters.data(), characters.size(), &length);
-  out.reserve(length);
-  appendUtf16AsUtf8(reinterpret_cast<const std::uint16_t*>(characters.data()), length, out);
+  out.units = PageBlock::acquire(2 * (length + 1));  // and its terminator
+  napi_get_value_string_utf16(env, text, reinterpret_cast<char16_t*>(out.units.data()), length + 1, &out.length);
   return out;
 }
 
-// ASCII goes to the host as one-byte text; anything else is decoded here, off the script thread
-// (the host's decoder is several times slower), bytes that are not UTF-8 included: hosts do not
-// all read those alike through Node-API (Node 10 takes them for Latin-1), and the reading here is
-// the one the synchronous face's host gives.
-ScriptString::ScriptString(std::string text) : text_(std::move(text)) {
-  const void* zero = std::memchr(text_.data(), 0, text_.size());
-  size_ = zero ? static_cast<std::size_t>(static_cast<const char*>(zero) - text_.data()) : text_.size();
-  const std::size_t ascii = asciiPrefixLength(text_.data(), size_);
-  if (ascii == size_) return;
-  units_.reset(new std::uint16_t[size_]);
-  for (std::size_t i = 0; i < ascii; ++i) units_[i] = static_cast<unsigned char>(text_[i]);
-  const std::ptrdiff_t decoded = decodeUtf8(text_.data() + ascii, size_ - ascii, units_.get() + ascii);
-  length_ = ascii + (decoded >= 0 ? static_cast<std::size_t>(decoded)
-                                  : decodeUtf8Replacing(text_.data() + ascii, size_ - ascii, units_.get() + ascii));
-  form_ = Form::Utf16;
-  std::string().swap(text_);
+std::string readScriptText(napi_env env, napi_value value) {
+  const TextBlock text = readScriptChars(env, value).read(false);
+  return std::string(text.data(), text.size());
 }
 
-Napi::Value ScriptString::make(Napi::Env env) const {
+Napi::Value makeScriptString(Napi::Env env, ScriptUnits units) {
+  static const CreateExternal kLatin1 = externalMaker("node_api_create_external_string_latin1");
+  static const CreateExternal kUtf16 = externalMaker("node_api_create_external_string_utf16");
+  if (units.tooLong) return Napi::Value();
+  if (!units.made) units = scriptUnits(units.block.data(), units.length, false, true, longestString());
+  if (!units.made) return Napi::Value();
   napi_value string = nullptr;
   napi_status status;
-  if (form_ == Form::Ascii) {
-    status = napi_create_string_latin1(env, text_.data(), size_, &string);
+  const CreateExternal external = units.twoByte ? kUtf16 : kLatin1;
+  if (external != nullptr && units.length * (units.twoByte ? 2 : 1) >= kExternalResultBytes) {
+    auto* block = new PageBlock(std::move(units.block));
+    std::int64_t held = 0;
+    napi_adjust_external_memory(env, static_cast<std::int64_t>(block->capacity()), &held);
+    bool copied = false;
+    status = external(env, block->data(), units.length, releaseBlock, block, &string, &copied);
+    if (status != napi_ok) releaseBlock(env, nullptr, block);
+  } else if (units.twoByte) {
+    status = napi_create_string_utf16(env, reinterpret_cast<const char16_t*>(units.block.data()), units.length, &string);
   } else {
-    status = napi_create_string_utf16(env, reinterpret_cast<const char16_t*>(units_.get()), length_, &string);
+    status = napi_create_string_latin1(env, units.block.data(), units.length, &string);
   }
   if (status != napi_ok) {
     napi_value thrown;
@@ -66,6 +91,12 @@ Napi::Value ScriptString::make(Napi::Env env) const {
 Napi::Error stringTooLongError(Napi::Env env) {
   Napi::Error error = Napi::RangeError::New(env, "The result is longer than the longest possible string");
   error.Set("code", Napi::String::New(env, "ERR_STRING_TOO_LONG"));
+  return error;
+}
+
+Napi::Error outOfMemoryError(Napi::Env env) {
+  Napi::Error error = Napi::Error::New(env, "Memory for the call could not be allocated");
+  error.Set("code", Napi::String::New(env, "ERR_MEMORY_ALLOCATION_FAILED"));
   return error;
 }
 

@@ -2,44 +2,45 @@
 #define UTILS_SCRIPT_TEXT_H
 
 // Text crossing between the script and the promise face's binding, by the same rules as the
-// synchronous add-on, so that both faces read and return the same bytes.
+// synchronous add-on (see TextBlock and ScriptUnits, which both faces use), so that both faces
+// read and return the same characters.
 #include <napi.h>
 
 #include <cstddef>
-#include <cstdint>
-#include <memory>
 #include <string>
+
+#include "convert/script_units.h"
+#include "convert/text_block.h"
+#include "memory/page_block.h"
 
 namespace tarnwick {
 
-// Returns the UTF-8 bytes of `value` as the synchronous add-on reads them: a non-string goes
-// through the script's own string conversion, a conversion that throws reads as "" (the
-// exception is cleared), zero characters stay, and a lone surrogate becomes the three-byte form
-// of its own value (which Node-API's UTF-8 getter would write as U+FFFD instead). `units`, when
-// given, receives the string's length.
-std::string readScriptText(napi_env env, napi_value value, std::size_t* units = nullptr);
-
-// A result on its way to the script: the text up to its first zero byte, with bytes that are not
-// UTF-8 read as the host's replacement characters. Building one does the decoding and may run on
-// any thread; make() then only copies it into the host, on the script thread.
-class ScriptString {
- public:
-  explicit ScriptString(std::string text);
-
-  // Returns the script string, or an empty value when the host cannot make one that long.
-  Napi::Value make(Napi::Env env) const;
-
- private:
-  enum class Form { Ascii, Utf16 };
-  std::string text_;
-  std::size_t size_ = 0;
-  Form form_ = Form::Ascii;
-  std::unique_ptr<std::uint16_t[]> units_;
-  std::size_t length_ = 0;
+// The UTF-16 units of a script string, copied out into page memory (Node-API reads no slices).
+struct ScriptChars {
+  PageBlock units;
+  std::size_t length = 0;
+  // Returns the text as the synchronous add-on reads it (see TextBlock); may run on any thread.
+  TextBlock read(bool escapeHtml) const;
 };
+
+// Returns the characters of `value`: a non-string goes through the script's own string
+// conversion, a conversion that throws reads as "" (the exception is cleared), and zero
+// characters and lone surrogates stay.
+ScriptChars readScriptChars(napi_env env, napi_value value);
+
+// Returns the UTF-8 bytes of `value` as the synchronous add-on reads them.
+std::string readScriptText(napi_env env, napi_value value);
+
+// Returns `units` as a script string: handed over in place from 256 KB up where the host takes
+// external strings (Node-API's, found when the module loads), else copied; not made characters
+// are decoded with U+FFFD as the host's decoder would. An empty value when it is too long.
+Napi::Value makeScriptString(Napi::Env env, ScriptUnits units);
 
 // Returns the error a promise rejects with when its result is too long for a script string.
 Napi::Error stringTooLongError(Napi::Env env);
+
+// Returns the error a promise rejects with when memory for the call could not be had.
+Napi::Error outOfMemoryError(Napi::Env env);
 
 // The longest string of the host, in UTF-16 units: results are measured against it before they
 // are made. promises.js sets it from buffer.constants.MAX_STRING_LENGTH when it loads (Node-API

@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 
+#include "convert/script_units.h"
+#include "convert/text_block.h"
 #include "convert/utf8_codec.h"
 #include "diff/color_diff.h"
 #include "diff/color_diff_units.h"
@@ -79,38 +81,23 @@ std::string getStringFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value, st
   return out;
 }
 
-// The UTF-8 bytes of a script string in page memory, and whether each of its characters fits in
-// one byte.
-struct ScriptText {
-  tarnwick::PageBlock bytes;
-  std::size_t size = 0;
-  std::size_t units = 0;  // the script string's length
-  bool oneByte = true;
-};
-
-// Returns what getStringFromV8 returns, in page memory: the big texts of the diff view come and
-// go call after call, and a released block serves the next one without fresh pages.
-ScriptText getTextFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
-  ScriptText out;
+// Returns what getStringFromV8 returns, in page memory (see TextBlock), HTML-escaped when
+// `escapeHtml`.
+tarnwick::TextBlock getTextFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value, bool escapeHtml) {
   v8::Local<v8::String> text;
-  if (!scriptString(isolate, value, &text) || text->Length() == 0) return out;
-  const std::size_t length = static_cast<std::size_t>(text->Length());
-  out.units = length;
-  out.oneByte = text->IsOneByte();
-  out.bytes = tarnwick::PageBlock::acquire((out.oneByte ? 2 : 3) * length);
-  char* const bytes = out.bytes.data();
-  if (out.oneByte) {
+  if (!scriptString(isolate, value, &text)) return tarnwick::TextBlock(0, true, escapeHtml);
+  const int length = text->Length();
+  tarnwick::TextBlock out(static_cast<std::size_t>(length), text->IsOneByte(), escapeHtml);
+  if (text->IsOneByte()) {
     constexpr int kSlice = 16 * 1024;
     std::uint8_t chars[kSlice];
-    for (int start = 0; start < static_cast<int>(length); start += kSlice) {
-      const int count = static_cast<int>(length) - start < kSlice ? static_cast<int>(length) - start : kSlice;
+    for (int start = 0; start < length; start += kSlice) {
+      const int count = length - start < kSlice ? length - start : kSlice;
       tarnwick::v8shims::writeOneByte(isolate, text, start, count, chars);
-      out.size += tarnwick::latin1ToUtf8(chars, static_cast<std::size_t>(count), bytes + out.size);
+      out.addLatin1(chars, static_cast<std::size_t>(count));
     }
   } else {
-    forEachUtf16Slice(isolate, text, [&](const std::uint16_t* units, std::size_t count) {
-      out.size += tarnwick::utf16ToUtf8(units, count, bytes + out.size);
-    });
+    forEachUtf16Slice(isolate, text, [&](const std::uint16_t* units, std::size_t count) { out.addUtf16(units, count); });
   }
   return out;
 }
@@ -132,26 +119,12 @@ constexpr std::size_t kExternalResultBytes = 256 * 1024;
 // Owns the bytes of an ASCII result while the script holds the string made from it.
 class AsciiResult final : public v8::String::ExternalOneByteStringResource {
  public:
-  AsciiResult(std::string text, std::size_t length) : text_(std::move(text)), length_(length) {}
+  explicit AsciiResult(std::string text) : text_(std::move(text)) {}
   const char* data() const override { return text_.data(); }
-  std::size_t length() const override { return length_; }
+  std::size_t length() const override { return text_.size(); }
 
  private:
   std::string text_;
-  std::size_t length_;
-};
-
-// Owns the UTF-16 code units of a result while the script holds the string made from it.
-class Utf16Result final : public v8::String::ExternalStringResource {
- public:
-  Utf16Result(std::unique_ptr<std::uint16_t[]> units, std::size_t length)
-      : units_(std::move(units)), length_(length) {}
-  const std::uint16_t* data() const override { return units_.get(); }
-  std::size_t length() const override { return length_; }
-
- private:
-  std::unique_ptr<std::uint16_t[]> units_;
-  std::size_t length_;
 };
 
 // Owns the characters of a result, one byte or two each, while the script holds the string made
@@ -178,14 +151,18 @@ class BlockResult final : public Resource {
 };
 
 // Sets the characters of `units` as the call's result: handed over in place from 256 KB up,
-// copied below; a result longer than the host's longest string leaves the result undefined.
-void returnUnits(const Info& info, tarnwick::ColorDiffUnits units) {
+// copied below; when they were not made as characters, the bytes they hold are left to the
+// host's decoder, whose replacement characters are then exactly its own; a result longer than the
+// host's longest string leaves the result undefined.
+void returnUnits(const Info& info, tarnwick::ScriptUnits units) {
   v8::Isolate* isolate = info.GetIsolate();
-  if (units.length > static_cast<std::size_t>(v8::String::kMaxLength)) return;
+  if (units.tooLong || units.length > static_cast<std::size_t>(v8::String::kMaxLength)) return;
   const int length = static_cast<int>(units.length);
   const bool external = units.length * (units.twoByte ? 2 : 1) >= kExternalResultBytes;
   v8::MaybeLocal<v8::String> made;
-  if (length == 0) {
+  if (!units.made) {
+    made = v8::String::NewFromUtf8(isolate, units.block.data(), v8::NewStringType::kNormal, length);
+  } else if (length == 0) {
     made = v8::String::Empty(isolate);
   } else if (units.twoByte) {
     made = external ? v8::String::NewExternalTwoByte(
@@ -204,40 +181,23 @@ void returnUnits(const Info& info, tarnwick::ColorDiffUnits units) {
   if (made.ToLocal(&result)) info.GetReturnValue().Set(result);
 }
 
-// Sets `text`, up to its first zero byte, as the call's result; a text the host cannot make
-// into a string (too long) leaves the result undefined. Gives the string that
-// v8::String::NewFromUtf8 gives: valid UTF-8 is decoded here, several times faster than the
-// host's decoder, and only invalid bytes go to the host, so that their replacement characters
-// are exactly its own.
+// Sets `text`, up to its first zero byte, as the call's result (see returnUnits), the string that
+// v8::String::NewFromUtf8 gives; an ASCII text is handed over as it is.
 void returnString(const Info& info, std::string text) {
-  v8::Isolate* isolate = info.GetIsolate();
   const void* zero = std::memchr(text.data(), 0, text.size());
-  const std::size_t size = zero ? static_cast<std::size_t>(static_cast<const char*>(zero) - text.data()) : text.size();
-  // A string's length in characters is at least a third of its UTF-8 length.
-  if (size / 3 > static_cast<std::size_t>(v8::String::kMaxLength)) return;
-  const bool external = size >= kExternalResultBytes;
-  v8::MaybeLocal<v8::String> made;
-  const std::size_t ascii = tarnwick::asciiPrefixLength(text.data(), size);
-  if (ascii == size) {
-    if (size > static_cast<std::size_t>(v8::String::kMaxLength)) return;
-    made = external ? v8::String::NewExternalOneByte(isolate, new AsciiResult(std::move(text), size))
-                    : v8::String::NewFromOneByte(isolate, reinterpret_cast<const std::uint8_t*>(text.data()),
-                                                 v8::NewStringType::kNormal, static_cast<int>(size));
-  } else {
-    std::unique_ptr<std::uint16_t[]> units(new std::uint16_t[size]);
-    for (std::size_t i = 0; i < ascii; ++i) units[i] = static_cast<unsigned char>(text[i]);
-    const std::ptrdiff_t decoded = tarnwick::decodeUtf8(text.data() + ascii, size - ascii, units.get() + ascii);
-    const std::size_t length = ascii + static_cast<std::size_t>(decoded);
-    if (decoded < 0) {
-      made = v8::String::NewFromUtf8(isolate, text.data(), v8::NewStringType::kNormal, static_cast<int>(size));
-    } else if (length > static_cast<std::size_t>(v8::String::kMaxLength)) {
-      return;
-    } else if (external) {
-      made = v8::String::NewExternalTwoByte(isolate, new Utf16Result(std::move(units), length));
-    } else {
-      made = v8::String::NewFromTwoByte(isolate, units.get(), v8::NewStringType::kNormal, static_cast<int>(length));
-    }
+  if (zero != nullptr) text.resize(static_cast<std::size_t>(static_cast<const char*>(zero) - text.data()));
+  if (tarnwick::asciiPrefixLength(text.data(), text.size()) != text.size()) {
+    returnUnits(info, tarnwick::scriptUnits(text.data(), text.size(), false, false, kLongestString));
+    return;
   }
+  if (text.size() > static_cast<std::size_t>(v8::String::kMaxLength)) return;
+  v8::Isolate* isolate = info.GetIsolate();
+  const int length = static_cast<int>(text.size());
+  v8::MaybeLocal<v8::String> made =
+      text.size() >= kExternalResultBytes
+          ? v8::String::NewExternalOneByte(isolate, new AsciiResult(std::move(text)))
+          : v8::String::NewFromOneByte(isolate, reinterpret_cast<const std::uint8_t*>(text.data()),
+                                       v8::NewStringType::kNormal, length);
   v8::Local<v8::String> result;
   if (made.ToLocal(&result)) info.GetReturnValue().Set(result);
 }
@@ -256,22 +216,36 @@ bool booleanArgument(const Info& info, int index) {
   return tarnwick::v8shims::booleanValue(info.GetIsolate(), argument(info, index));
 }
 
+// Returns whether argument `index` is an object whose property `name` is truthy: the options of
+// "cd". A getter that throws reads as false.
+bool optionArgument(const Info& info, int index, const char* name) {
+  const v8::Local<v8::Value> options = argument(info, index);
+  if (!options->IsObject()) return false;
+  v8::Isolate* isolate = info.GetIsolate();
+  v8::TryCatch swallow(isolate);
+  v8::Local<v8::Value> value;
+  return options.As<v8::Object>()
+             ->Get(isolate->GetCurrentContext(), v8::String::NewFromUtf8(isolate, name).ToLocalChecked())
+             .ToLocal(&value) &&
+         tarnwick::v8shims::booleanValue(isolate, value);
+}
+
 // The diff view is rendered straight into the characters of the result; only a result with a
-// zero byte or with bytes that are not UTF-8 takes the byte path of every other method.
+// zero byte or with bytes that are not UTF-8 takes the byte path of every other method. With
+// { escapeHtml: true } as argument 3, the text is escaped as it is read, as if the script had.
 void colorDiff(const Info& info) {
   if (info.Length() < 3) return;
   guarded([&] {
-    const ScriptText text = getTextFromV8(info.GetIsolate(), argument(info, 0));
+    const tarnwick::TextBlock text = getTextFromV8(info.GetIsolate(), argument(info, 0), optionArgument(info, 3, "escapeHtml"));
     const bool showColorPreviews = booleanArgument(info, 1);
     const bool markAddedRemoved = booleanArgument(info, 2);
-    tarnwick::ColorDiffUnits units = tarnwick::colorDiffUnits(text.bytes.data(), text.size, text.units, text.oneByte,
-                                                              showColorPreviews, markAddedRemoved, kLongestString);
+    tarnwick::ScriptUnits units = tarnwick::colorDiffUnits(text.data(), text.size(), text.units(), text.oneByte(),
+                                                           showColorPreviews, markAddedRemoved, kLongestString);
     if (units.tooLong) return;
     if (units.made) {
       returnUnits(info, std::move(units));
     } else {
-      returnString(info, tarnwick::colorDiff(std::string(text.bytes.data(), text.size), showColorPreviews,
-                                             markAddedRemoved));
+      returnString(info, tarnwick::colorDiff(std::string(text.data(), text.size()), showColorPreviews, markAddedRemoved));
     }
   });
 }
@@ -279,10 +253,9 @@ void colorDiff(const Info& info) {
 // A result longer than the longest string is never built.
 void styleMergeConflicts(const Info& info) {
   guarded([&] {
-    std::size_t units = 0;
-    const std::string text = getStringFromV8(info.GetIsolate(), argument(info, 0), &units);
-    std::optional<std::string> styled = tarnwick::styleMergeConflictsWithin(text, units, kLongestString);
-    if (styled) returnString(info, std::move(*styled));
+    const tarnwick::TextBlock text = getTextFromV8(info.GetIsolate(), argument(info, 0), false);
+    returnUnits(info, tarnwick::styledMergeConflictUnits(text.data(), text.size(), text.units(), text.oneByte(), false,
+                                                         kLongestString));
   });
 }
 

@@ -15,6 +15,7 @@
 
 #include "command/git_call.h"
 #include "diff/color_diff.h"
+#include "diff/color_diff_units.h"
 #include "diff/merge_conflicts.h"
 #include "filters/advanced_filters.h"
 #include "hunk/hunk_operation.h"
@@ -34,8 +35,26 @@ constexpr std::size_t kRenderHereBytes = 4096;
 
 // Returns the promise of `render`'s result: rendered at once for a small `inputBytes`, else on the pool.
 Napi::Promise renderText(Napi::Env env, std::size_t inputBytes, RenderWorker::Render render) {
-  if (inputBytes <= kRenderHereBytes) return tarnwick::settledWithText(env, render());
+  if (inputBytes <= kRenderHereBytes) return tarnwick::settledWith(env, render());
   return RenderWorker::start(env, std::move(render));
+}
+
+// Returns the units of a result made as bytes.
+tarnwick::ScriptUnits unitsOf(const std::string& text) {
+  return tarnwick::scriptUnits(text.data(), text.size(), false, true, tarnwick::longestString());
+}
+
+// Returns whether argument `index` is an object whose property `name` is truthy: the options of
+// "cd". A getter that throws reads as false.
+bool optionArgument(const Napi::CallbackInfo& info, std::size_t index, const char* name) {
+  if (!info[index].IsObject()) return false;
+  napi_value value;
+  if (napi_get_named_property(info.Env(), info[index], name, &value) != napi_ok) {
+    napi_value thrown;
+    napi_get_and_clear_last_exception(info.Env(), &thrown);
+    return false;
+  }
+  return Napi::Value(info.Env(), value).ToBoolean();
 }
 
 // The bytes of a Buffer argument, read in place while the call lasts.
@@ -87,6 +106,7 @@ Napi::Value viewCall(Napi::Env env, std::unique_ptr<tarnwick::ViewCall> made) {
 }
 
 // "cd": with fewer than three arguments nothing is done and the promise fulfils with undefined.
+// The text is read, rendered and handed back through page memory, as the synchronous face does.
 Napi::Value colorDiff(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
   if (info.Length() < 3) {
@@ -94,28 +114,31 @@ Napi::Value colorDiff(const Napi::CallbackInfo& info) {
     nothing.Resolve(env.Undefined());
     return nothing.Promise();
   }
-  std::size_t units = 0;
-  std::string text = tarnwick::readScriptText(env, info[0], &units);
+  auto chars = std::make_shared<tarnwick::ScriptChars>(tarnwick::readScriptChars(env, info[0]));
   const bool showColorPreviews = info[1].ToBoolean();
   const bool markAddedRemoved = info[2].ToBoolean();
-  const std::size_t bytes = text.size();
-  return renderText(env, bytes, [text = std::move(text), showColorPreviews, markAddedRemoved, units] {
-    return tarnwick::colorDiffWithin(text, showColorPreviews, markAddedRemoved, units, tarnwick::longestString());
+  const bool escapeHtml = optionArgument(info, 3, "escapeHtml");
+  return renderText(env, chars->length, [chars, showColorPreviews, markAddedRemoved, escapeHtml] {
+    const tarnwick::TextBlock text = chars->read(escapeHtml);
+    tarnwick::ScriptUnits units = tarnwick::colorDiffUnits(text.data(), text.size(), text.units(), text.oneByte(),
+                                                           showColorPreviews, markAddedRemoved, tarnwick::longestString());
+    if (units.made || units.tooLong) return units;
+    return unitsOf(tarnwick::colorDiff(std::string(text.data(), text.size()), showColorPreviews, markAddedRemoved));
   });
 }
 
 // A result longer than the longest string is never built.
 Napi::Value styleMergeConflicts(const Napi::CallbackInfo& info) {
-  std::size_t units = 0;
-  std::string text = tarnwick::readScriptText(info.Env(), info[0], &units);
-  const std::size_t bytes = text.size();
-  return renderText(info.Env(), bytes, [text = std::move(text), units] {
-    return tarnwick::styleMergeConflictsWithin(text, units, tarnwick::longestString());
+  auto chars = std::make_shared<tarnwick::ScriptChars>(tarnwick::readScriptChars(info.Env(), info[0]));
+  return renderText(info.Env(), chars->length, [chars] {
+    const tarnwick::TextBlock text = chars->read(false);
+    return tarnwick::styledMergeConflictUnits(text.data(), text.size(), text.units(), text.oneByte(), true,
+                                              tarnwick::longestString());
   });
 }
 
 Napi::Value getAdvancedFiltersHTML(const Napi::CallbackInfo& info) {
-  return tarnwick::settledWithText(info.Env(), tarnwick::getAdvancedFiltersHTML());
+  return tarnwick::settledWith(info.Env(), unitsOf(tarnwick::getAdvancedFiltersHTML()));
 }
 
 // Returns a Buffer of the bytes the synchronous add-on reads from the argument.
@@ -197,22 +220,19 @@ Napi::Value finish(const Napi::CallbackInfo& info) {
   if (held.hunk) return Napi::Boolean::New(env, true);
   std::shared_ptr<tarnwick::ViewCall> view = std::move(held.view);
   if (!view) throw Napi::Error::New(env, "the view is finished");
-  return RenderWorker::start(env, [view] { return view->finish(); });
+  return RenderWorker::start(env, [view] {
+    const std::optional<std::string> text = view->finish();
+    if (text) return unitsOf(*text);
+    tarnwick::ScriptUnits none;
+    none.tooLong = true;
+    return none;
+  });
 }
 
 // (units): the host's longest string.
 Napi::Value setLongestString(const Napi::CallbackInfo& info) {
   tarnwick::setLongestString(static_cast<std::size_t>(info[0].ToNumber().Int64Value()));
   return info.Env().Undefined();
-}
-
-// Returns the error a C++ failure on the script thread becomes, instead of the end of the
-// process: memory that could not be had, or anything else the core threw.
-Napi::Error scriptError(Napi::Env env, const std::exception* failure) {
-  const bool memory = failure == nullptr || dynamic_cast<const std::bad_alloc*>(failure) != nullptr;
-  Napi::Error error = Napi::Error::New(env, memory ? "Memory for the call could not be allocated" : failure->what());
-  if (memory) error.Set("code", Napi::String::New(env, "ERR_MEMORY_ALLOCATION_FAILED"));
-  return error;
 }
 
 // `Method`, with every C++ exception turned into a script exception (a rejection, for the
@@ -223,10 +243,12 @@ Napi::Value safely(const Napi::CallbackInfo& info) {
     return Method(info);
   } catch (const Napi::Error&) {
     throw;
+  } catch (const std::bad_alloc&) {
+    throw tarnwick::outOfMemoryError(info.Env());
   } catch (const std::exception& failure) {
-    throw scriptError(info.Env(), &failure);
+    throw Napi::Error::New(info.Env(), failure.what());
   } catch (...) {
-    throw scriptError(info.Env(), nullptr);
+    throw Napi::Error::New(info.Env(), "The add-on failed");
   }
 }
 

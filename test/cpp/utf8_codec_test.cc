@@ -1,7 +1,10 @@
-// UTF-8 conversions against an independent decoder, by round trip, and decoded in pieces.
+// UTF-8 conversions against an independent decoder, by round trip, decoded in pieces, and a script
+// string read into the core escaped.
 #include "convert/utf8_codec.h"
 
 #include <gtest/gtest.h>
+
+#include "convert/text_block.h"
 
 #include <algorithm>
 #include <optional>
@@ -111,11 +114,28 @@ TEST(Utf8Codec, MatchesReferenceAndRoundTripsOnGeneratedText) {
     for (int i = random() % 40; i > 0; --i) {
       const unsigned kind = random() % 4;
       units += kind == 0 ? std::u16string(1, random() % 0x80) : kind == 1 ? std::u16string(1, random() % 0x10000)
-               : kind == 2 ? u"\U0001F600" : u"ascii run!";
+               : kind == 2 ? u"\U0001F600" : u"ascii <run> & more";
     }
     const bool lone = !reference::wellFormed(units);
     ASSERT_EQ(decode(encode(units), back) < 0, lone) << round;
     ASSERT_EQ(back, lone ? u"" : units) << round;
+    // Read as a script string in two slices (a pair never cut), escaped on the way: the bytes of
+    // the text escaped first (UTF-8 holds no ASCII byte inside a sequence).
+    const std::string plain = encode(units);
+    std::string escaped;
+    for (char c : plain) escaped += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : std::string(1, c);
+    const bool narrowUnits = std::all_of(units.begin(), units.end(), [](char16_t u) { return u < 0x100; });
+    tarnwick::TextBlock block(units.size(), narrowUnits && round % 2 == 0, true);
+    std::size_t half = units.size() / 2;
+    if (half > 0 && units[half - 1] >= 0xD800 && units[half - 1] < 0xDC00) --half;
+    for (const auto& [from, count] : {std::pair<std::size_t, std::size_t>{0, half}, {half, units.size() - half}}) {
+      const std::vector<std::uint8_t> chars(units.begin() + from, units.begin() + from + count);
+      if (narrowUnits && round % 2 == 0) block.addLatin1(chars.data(), count);
+      else block.addUtf16(reinterpret_cast<const std::uint16_t*>(units.data()) + from, count);
+    }
+    ASSERT_EQ(std::string(block.data(), block.size()), escaped) << round;
+    ASSERT_EQ(block.units(), units.size() + escaped.size() - plain.size()) << round;
+    ASSERT_EQ(block.oneByte(), narrowUnits) << round;
   }
 }
 

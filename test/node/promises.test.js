@@ -65,6 +65,16 @@ test('cd, smc and gafh match the twin on text of every kind of character, short 
   for (const args of [[], ['+a'], ['+a', true], ['+a', true, undefined]]) {
     assert.strictEqual(await promises.cd(...args), sync.cd(...args));
   }
+  // { escapeHtml: true } gives what the text escaped first gives, this repository's history among
+  // the texts; anything else as the fourth argument changes nothing.
+  const escape = (text) => text.replace(/&/g, '&amp;').replace(/</g, '&lt;').replace(/>/g, '&gt;');
+  for (const text of [...texts, git(root, ['log', '-p', '-40', '--no-color'])]) {
+    for (const flags of [[true, true], [false, false]]) {
+      const expected = sync.cd(escape(text), ...flags);
+      for (const face of [sync, promises]) assert.strictEqual(await face.cd(text, ...flags, { escapeHtml: 1 }), expected);
+    }
+    for (const other of [{ escapeHtml: false }, 'escapeHtml', null]) assert.strictEqual(await promises.cd(text, 1, 1, other), sync.cd(text, 1, 1));
+  }
   assert.strictEqual(await promises.gafh(1, null), sync.gafh());
 });
 

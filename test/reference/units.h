@@ -50,7 +50,7 @@ inline std::u16string asUnits(const std::string& html, bool oneByte) {
 
 // Returns the characters colorDiffUnits made ("" when it made none), or "(wrong width)" when their
 // width is not the text's.
-inline std::u16string madeUnits(const tarnwick::ColorDiffUnits& made, bool oneByte) {
+inline std::u16string madeUnits(const tarnwick::ScriptUnits& made, bool oneByte) {
   if (!made.made) return u"";
   if (made.twoByte == oneByte) return u"(wrong width)";
   const auto* data = reinterpret_cast<const unsigned char*>(made.block.data());

@@ -22,8 +22,32 @@ inline bool asciiWord(const void* p) {
 
 inline bool isContinuation(unsigned char c) { return (c & 0xC0) == 0x80; }
 
+constexpr std::uint64_t kOnes = 0x0101010101010101ull;
+
+// Returns whether any byte of `word` is zero.
+constexpr bool hasZeroByte(std::uint64_t word) { return ((word - kOnes) & ~word & kHighBits) != 0; }
+
+// Returns whether any of the eight ASCII bytes of `word` is "&", "<" or ">" ("<" and ">" differ
+// only in one bit).
+constexpr bool holdsEscaped(std::uint64_t word) {
+  return hasZeroByte(word ^ (kOnes * '&')) || hasZeroByte((word & (kOnes * 0xFD)) ^ (kOnes * '<'));
+}
+
+inline bool escaped(std::uint32_t c) { return c == '&' || c == '<' || c == '>'; }
+
+// Writes the entity of "&", "<" or ">" and returns how many bytes it added beyond the character.
+inline std::size_t writeEntity(char c, char*& p) {
+  const char* const entity = c == '&' ? "&amp;" : c == '<' ? "&lt;" : "&gt;";
+  const std::size_t size = c == '&' ? 5 : 4;
+  std::memcpy(p, entity, size);
+  p += size;
+  return size - 1;
+}
+
 // Copies the run of ASCII code units at the start of `units` to `out` as bytes, eight at a time,
-// and returns how many it copied (a multiple of eight; the caller finishes the tail).
+// and returns how many it copied (a multiple of eight; the caller finishes the tail). With
+// kEscape, a block holding a character to escape ends the run.
+template <bool kEscape>
 inline std::size_t narrowAsciiBlocks(const std::uint16_t* units, std::size_t length, char* out) {
   std::size_t i = 0;
 #if defined(__SSE2__)
@@ -31,7 +55,13 @@ inline std::size_t narrowAsciiBlocks(const std::uint16_t* units, std::size_t len
   while (i + 8 <= length) {
     const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + i));
     if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(v, high), _mm_setzero_si128())) != 0xFFFF) break;
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(out + i), _mm_packus_epi16(v, v));
+    const __m128i bytes = _mm_packus_epi16(v, v);
+    if (kEscape) {
+      std::uint64_t word;
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(&word), bytes);
+      if (holdsEscaped(word)) break;
+    }
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(out + i), bytes);
     i += 8;
   }
 #else
@@ -39,6 +69,7 @@ inline std::size_t narrowAsciiBlocks(const std::uint16_t* units, std::size_t len
     std::uint64_t word;
     std::memcpy(&word, units + i, sizeof word);
     if ((word & 0xFF80FF80FF80FF80ull) != 0) break;
+    if (kEscape && (escaped(units[i]) || escaped(units[i + 1]) || escaped(units[i + 2]) || escaped(units[i + 3]))) break;
     for (int k = 0; k < 4; ++k) out[i + k] = static_cast<char>(units[i + k]);
     i += 4;
   }
@@ -137,18 +168,27 @@ std::size_t asciiPrefixLength(const char* text, std::size_t length) {
   return i;
 }
 
-std::size_t latin1ToUtf8(const std::uint8_t* chars, std::size_t length, char* out) {
+namespace {
+
+template <bool kEscape>
+std::size_t latin1ToUtf8(const std::uint8_t* chars, std::size_t length, char* out, Utf8Tally* tally) {
   char* p = out;
   std::size_t i = 0;
   while (i < length) {
     if (i + 8 <= length && asciiWord(chars + i)) {
-      std::memcpy(p, chars + i, 8);
-      p += 8;
-      i += 8;
-      continue;
+      std::uint64_t word;
+      std::memcpy(&word, chars + i, 8);
+      if (!kEscape || !holdsEscaped(word)) {
+        std::memcpy(p, &word, 8);
+        p += 8;
+        i += 8;
+        continue;
+      }
     }
     const std::uint8_t c = chars[i++];
-    if (c < 0x80) {
+    if (kEscape && escaped(c)) {
+      tally->escapeBytes += writeEntity(static_cast<char>(c), p);
+    } else if (c < 0x80) {
       *p++ = static_cast<char>(c);
     } else {
       *p++ = static_cast<char>(0xC0 | (c >> 6));
@@ -158,22 +198,20 @@ std::size_t latin1ToUtf8(const std::uint8_t* chars, std::size_t length, char* ou
   return static_cast<std::size_t>(p - out);
 }
 
-void appendLatin1AsUtf8(const std::uint8_t* chars, std::size_t length, std::string& out) {
-  const std::size_t start = out.size();
-  out.resize(start + 2 * length);
-  out.resize(start + latin1ToUtf8(chars, length, &out[start]));
-}
-
-std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* out) {
+template <bool kEscape>
+std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* out, Utf8Tally* tally) {
   char* p = out;
   std::size_t i = 0;
   while (i < length) {
-    const std::size_t ascii = narrowAsciiBlocks(units + i, length - i, p);
+    const std::size_t ascii = narrowAsciiBlocks<kEscape>(units + i, length - i, p);
     i += ascii;
     p += ascii;
     if (i == length) break;
     const std::uint32_t u = units[i++];
-    if (u < 0x80) {
+    if (u > 0xFF) tally->pastLatin1 = true;
+    if (kEscape && escaped(u)) {
+      tally->escapeBytes += writeEntity(static_cast<char>(u), p);
+    } else if (u < 0x80) {
       *p++ = static_cast<char>(u);
     } else if (u < 0x800) {
       *p++ = static_cast<char>(0xC0 | (u >> 6));
@@ -191,6 +229,34 @@ std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* ou
     }
   }
   return static_cast<std::size_t>(p - out);
+}
+
+}  // namespace
+
+std::size_t latin1ToUtf8(const std::uint8_t* chars, std::size_t length, char* out) {
+  Utf8Tally tally;
+  return latin1ToUtf8<false>(chars, length, out, &tally);
+}
+
+std::size_t latin1ToUtf8(const std::uint8_t* chars, std::size_t length, char* out, bool escapeHtml,
+                         Utf8Tally* tally) {
+  return escapeHtml ? latin1ToUtf8<true>(chars, length, out, tally) : latin1ToUtf8<false>(chars, length, out, tally);
+}
+
+void appendLatin1AsUtf8(const std::uint8_t* chars, std::size_t length, std::string& out) {
+  const std::size_t start = out.size();
+  out.resize(start + 2 * length);
+  out.resize(start + latin1ToUtf8(chars, length, &out[start]));
+}
+
+std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* out) {
+  Utf8Tally tally;
+  return utf16ToUtf8<false>(units, length, out, &tally);
+}
+
+std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* out, bool escapeHtml,
+                        Utf8Tally* tally) {
+  return escapeHtml ? utf16ToUtf8<true>(units, length, out, tally) : utf16ToUtf8<false>(units, length, out, tally);
 }
 
 void appendUtf16AsUtf8(const std::uint16_t* units, std::size_t length, std::string& out) {

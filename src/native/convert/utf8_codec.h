@@ -17,6 +17,19 @@ std::size_t latin1ToUtf8(const std::uint8_t* chars, std::size_t length, char* ou
 // host's own UTF-8 conversion writes for it.
 std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* out);
 
+// What a conversion below met, added up over the calls it is given to.
+struct Utf8Tally {
+  // The bytes that escaping added: four for each "&", three for each "<" and ">".
+  std::size_t escapeBytes = 0;
+  // Whether a UTF-16 unit past Latin-1 (above U+00FF) was seen.
+  bool pastLatin1 = false;
+};
+
+// latin1ToUtf8 and utf16ToUtf8, with "&", "<" and ">" written as &amp; &lt; &gt; when
+// `escapeHtml` (`out` then has room for 5 * length bytes), adding to `tally` what they met.
+std::size_t latin1ToUtf8(const std::uint8_t* chars, std::size_t length, char* out, bool escapeHtml, Utf8Tally* tally);
+std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* out, bool escapeHtml, Utf8Tally* tally);
+
 // Appends the UTF-8 form of `length` Latin-1 characters to `out`.
 void appendLatin1AsUtf8(const std::uint8_t* chars, std::size_t length, std::string& out);
 

@@ -32,9 +32,9 @@ std::ptrdiff_t decodeInto(PageBlock& block, const char* text, std::size_t length
 
 }  // namespace
 
-ColorDiffUnits colorDiffUnits(const char* text, std::size_t length, std::size_t textUnits, bool oneByteText,
+ScriptUnits colorDiffUnits(const char* text, std::size_t length, std::size_t textUnits, bool oneByteText,
                               bool showColorPreviews, bool markAddedRemoved, std::size_t longestUnits) {
-  ColorDiffUnits result;
+  ScriptUnits result;
   // The markup holds no zero byte, so the result has one exactly when the text has.
   if (length > 0 && std::memchr(text, 0, length) != nullptr) return result;
   const ColorDiffSize size = measureColorDiff(text, length, showColorPreviews, markAddedRemoved);
@@ -57,7 +57,7 @@ ColorDiffUnits colorDiffUnits(const char* text, std::size_t length, std::size_t 
                                              size.largestChunk)
                   : decodeInto<std::uint16_t>(result.block, text, length, showColorPreviews, markAddedRemoved,
                                               size.largestChunk);
-  if (units < 0) return ColorDiffUnits();
+  if (units < 0) return ScriptUnits();
   result.length = static_cast<std::size_t>(units);
   result.made = true;
   return result;

@@ -1,6 +1,7 @@
 #include "diff/merge_conflicts.h"
 
 #include <cstring>
+#include <utility>
 
 namespace tarnwick {
 
@@ -31,10 +32,22 @@ void appendRun(Out& out, char c, std::size_t length, const char* entity, bool es
   for (std::size_t i = length - raw; i > 0; --i) out.append(entity, 4);
 }
 
+// Writes into memory sized by the measure.
+struct Write {
+  char* at;
+  void append(const char* text, std::size_t length) {
+    std::memcpy(at, text, length);
+    at += length;
+  }
+  void append(const char* begin, const char* end) { append(begin, static_cast<std::size_t>(end - begin)); }
+  void append(std::size_t count, char c) {
+    std::memset(at, c, count);
+    at += count;
+  }
+};
+
 template <typename Out>
-void style(const std::string& text, Out& out) {
-  const char* p = text.data();
-  const char* const end = p + text.size();
+void style(const char* p, const char* const end, Out& out) {
   while (p < end) {
     // Copy the longest stretch that needs no escaping in one go.
     const char* plain = p;
@@ -56,10 +69,10 @@ void style(const std::string& text, Out& out) {
   }
 }
 
-// Returns the byte length of styleMergeConflicts(text) without making it.
-std::size_t styledLength(const std::string& text) {
+// Returns the byte length of styleMergeConflicts's result for [begin, end) without making it.
+std::size_t styledLength(const char* begin, const char* end) {
   Measure measure;
-  style(text, measure);
+  style(begin, end, measure);
   return measure.size;
 }
 
@@ -68,7 +81,7 @@ std::size_t styledLength(const std::string& text) {
 std::string styleMergeConflicts(const std::string& text) {
   std::string out;
   out.reserve(text.size() + text.size() / 8 + 16);
-  style(text, out);
+  style(text.data(), text.data() + text.size(), out);
   return out;
 }
 
@@ -76,10 +89,25 @@ std::optional<std::string> styleMergeConflictsWithin(const std::string& text, st
                                                      std::size_t longestUnits) {
   // An escape adds at most four bytes, all ASCII, so only a text near the limit is measured.
   if (textUnits + 4 * text.size() > longestUnits &&
-      styledLength(text) - text.size() + textUnits > longestUnits) {
+      styledLength(text.data(), text.data() + text.size()) - text.size() + textUnits > longestUnits) {
     return std::nullopt;
   }
   return styleMergeConflicts(text);
+}
+
+ScriptUnits styledMergeConflictUnits(const char* text, std::size_t size, std::size_t textUnits, bool oneByteText,
+                                     bool replaceInvalid, std::size_t longestUnits) {
+  const std::size_t styled = styledLength(text, text + size);
+  // Escaping adds ASCII only.
+  if (styled - size + textUnits > longestUnits) {
+    ScriptUnits none;
+    none.tooLong = true;
+    return none;
+  }
+  PageBlock bytes = PageBlock::acquire(styled);
+  Write out{bytes.data()};
+  style(text, text + size, out);
+  return scriptUnits(std::move(bytes), styled, oneByteText, replaceInvalid, longestUnits);
 }
 
 }  // namespace tarnwick

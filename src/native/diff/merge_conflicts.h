@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "convert/script_units.h"
+
 namespace tarnwick {
 
 // Returns `text` with "&", "<" and ">" escaped as entities, except that in every run of "<" (or
@@ -17,6 +19,13 @@ std::string styleMergeConflicts(const std::string& text);
 // `longestUnits` UTF-16 units, for a text of `textUnits` units.
 std::optional<std::string> styleMergeConflictsWithin(const std::string& text, std::size_t textUnits,
                                                      std::size_t longestUnits);
+
+// Returns styleMergeConflicts's result for the `size` bytes at `text`, a script string of
+// `textUnits` characters (each of one byte when `oneByteText`), as the characters of a script
+// string (see scriptUnits, which `replaceInvalid` goes to), measured first and written once into
+// page memory; nothing made (tooLong) past `longestUnits` characters.
+ScriptUnits styledMergeConflictUnits(const char* text, std::size_t size, std::size_t textUnits, bool oneByteText,
+                                     bool replaceInvalid, std::size_t longestUnits);
 
 }  // namespace tarnwick
 
