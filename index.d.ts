@@ -2,8 +2,18 @@
 // the script's own string conversion (a missing argument reads as "undefined"); results are cut
 // at their first zero character.
 
+/** Options of "cd". */
+export interface ColorDiffOptions {
+  /**
+   * Escapes "&", "<" and ">" of the diff as it is read, giving exactly what the diff escaped first
+   * gives, in the same single pass: the diff's text never becomes markup. Without it the diff is
+   * inserted as it stands.
+   */
+  escapeHtml?: boolean;
+}
+
 /** Colours a unified diff as HTML: added/removed lines, hunk headers with action links, colour swatches. */
-export function cd(diffText: string, showColorPreviews: boolean, markAddedRemoved: boolean): string;
+export function cd(diffText: string, showColorPreviews: boolean, markAddedRemoved: boolean, options?: ColorDiffOptions): string;
 /** Escapes "&", "<" and ">" of a file with merge-conflict markers, keeping the seven-character markers raw. */
 export function smc(text: string): string;
 /** Stages one hunk: applies the patch to the index with git apply; true exactly when git applied it (its exit status, and no error in its output). */

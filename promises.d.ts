@@ -42,8 +42,12 @@ export type ErrorCode = 'GIT_FAILED' | 'ABORT_ERR' | 'ETIMEDOUT' | 'ENOENT' | 'E
   | 'ERR_INVALID_ARG_VALUE' | 'ERR_INVALID_ARG_TYPE' | 'ERR_OUT_OF_RANGE' | 'ERR_STRING_TOO_LONG'
   | 'ERR_MEMORY_ALLOCATION_FAILED' | 'GIT_UNSAFE_REPOSITORY';
 
+// Options of "cd", as the synchronous face's.
+import { ColorDiffOptions } from './index';
+export { ColorDiffOptions };
+
 /** Colours a unified diff as HTML; fulfils with undefined when given fewer than three arguments. */
-export function cd(diffText: string, showColorPreviews: boolean, markAddedRemoved: boolean): Promise<string>;
+export function cd(diffText: string, showColorPreviews: boolean, markAddedRemoved: boolean, options?: ColorDiffOptions): Promise<string>;
 /** Escapes "&", "<" and ">" of a file with merge-conflict markers, keeping the seven-character markers raw. */
 export function smc(text: string): Promise<string>;
 /** Stages one hunk (git apply --cached, the patch on its standard input); fulfils with true when git applied it, rejects with git's message when it did not. */

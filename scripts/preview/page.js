@@ -51,11 +51,10 @@ function buildPreview({ repo, file, outDir = path.join(root, 'preview'), name = 
   const inputs = readInputs(top, file, conflictBranch, repo || process.cwd());
   const counts = {};
 
-  // The add-on inserts the diff as it stands, so the page escapes it first, as the client does;
-  // escaping changes no line start and no colour code.
+  // The diff is text: the add-on escapes it as it reads it.
   const diff = section('diff', 'Diff colouring', 'cd', utils, inputs.diff.source, () => {
     if (!inputs.diff.text) return "<p class='empty'>no diff to show</p>";
-    const html = utils.cd(escapeHtml(inputs.diff.text), true, true);
+    const html = utils.cd(inputs.diff.text, true, true, { escapeHtml: true });
     Object.assign(counts, {
       added: count(html, "<div class='diff-added'>"),
       removed: count(html, "<div class='diff-removed'>"),
@@ -77,7 +76,7 @@ function buildPreview({ repo, file, outDir = path.join(root, 'preview'), name = 
     return `<select class='commit-list' data-file='${escapeAttribute(inputs.file)}'>${options}</select>`;
   });
 
-  // The client hands its own, escaped, lines to the blame view; git's lines would go in raw.
+  // The client hands its own lines, escaped, to the blame view, as it would highlighted ones.
   const blame = section('blame', 'Blame view', 'mtgch', utils, inputs.file ? `${inputs.file} as in HEAD` : '', () => {
     if (!inputs.file || inputs.content === null) return "<p class='empty'>no file to show</p>";
     const html = utils.mtgch(inputs.file, top, BASE_COLOR, escapeHtml(inputs.content));
