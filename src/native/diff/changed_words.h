@@ -1,0 +1,98 @@
+#ifndef UTILS_DIFF_CHANGED_WORDS_H
+#define UTILS_DIFF_CHANGED_WORDS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace tarnwick {
+
+// A byte range [begin, end) of one line.
+struct LineRange {
+  std::size_t begin;
+  std::size_t end;
+};
+
+// The most tokens and lines, counted together, of a change block that gets marks. Past it a block
+// gets none, read no further than the bound, so that no block costs more than one at the bound:
+// at most 2048 * 2048 / 64 word steps and 1 MB of working memory. Real diffs stay far below it
+// (changed_words_bench.cc measures both).
+constexpr std::size_t kChangedWordsBound = 4096;
+
+// Decides which words changed inside one change block of a diff: a run of removed lines followed
+// directly by a run of added lines. Each side's text, taken across its lines, is cut into tokens:
+// runs of word bytes (ASCII letters, digits, "_" and every byte of a multi-byte character), runs
+// of blanks (space and tab), an HTML entity ("&" and 1 to 32 letters, digits or "#" and ";"),
+// a range the caller keeps whole (a colour code that gets a swatch), and every other byte alone;
+// a line end, and a carriage return ending a line, belong to no token. Where a longest common
+// subsequence of the two sides' tokens holds at least half of the tokens of the longer side, the
+// tokens outside it are the changed words, marked as one range for each run of them within a line.
+// A block less alike than that, with one side empty, or past kChangedWordsBound gets no marks.
+//
+// The work is linear in the block for real text and bounded for any: token counts of both sides
+// rule out most unlike blocks at once; tokens that both sides begin or end with are matched
+// without a search; what is left goes through a bit-parallel longest common subsequence that stops
+// once the threshold is out of reach. An object is kept across blocks and calls: its memory is
+// reused, so that a block in the steady state allocates nothing.
+class ChangedWords {
+ public:
+  // The marks of one line: in order, disjoint, non-empty and within the line.
+  struct Marks {
+    const LineRange* first;
+    const LineRange* last;
+    const LineRange* begin() const { return first; }
+    const LineRange* end() const { return last; }
+    std::size_t size() const { return static_cast<std::size_t>(last - first); }
+  };
+
+  // Starts a new block, forgetting the lines and marks of the last one.
+  void clear();
+
+  // Adds the next line of the block, every removed line before every added one (a removed line
+  // after an added one leaves the block without marks): the `size` bytes at `text` after the
+  // line's sign and before its line feed, which stay readable until match() returns, and the
+  // `wholeCount` ranges at `wholes` that are one token each (in order, apart and within the line;
+  // one that is not is ignored).
+  void addLine(bool added, const char* text, std::size_t size, const LineRange* wholes = nullptr,
+               std::size_t wholeCount = 0);
+
+  // Matches the lines added since clear(). Returns whether any of them has a mark.
+  bool match();
+
+  // Returns the marks of the line added `line`-th (from 0) since clear(), as match() found them;
+  // none before match().
+  Marks marks(std::size_t line) const;
+
+ private:
+  struct Token {
+    std::size_t begin, end;
+    std::uint32_t kind;
+    bool matched;
+  };
+  // One distinct token text of the block, how often each side holds it, and its row of match bits.
+  struct Kind {
+    std::uint64_t hash;
+    const char* data;
+    std::size_t size, slot;
+    std::uint32_t removed, added, bits;
+  };
+
+  std::uint32_t kindOf(const char* data, std::size_t size, bool added);
+  std::size_t longestCommon(std::size_t from, std::size_t removedEnd, std::size_t addedFrom, std::size_t addedEnd,
+                            std::size_t needed);
+  void collectMarks();
+
+  std::vector<Token> tokens_;
+  std::vector<Kind> kinds_;
+  std::vector<std::uint32_t> slots_;       // open addressing: a kind's index + 1, or 0
+  std::vector<std::uint32_t> lineTokens_;  // each line's first token, then the end of the last
+  std::vector<std::uint32_t> lineMarks_;   // each line's first mark, then the end of the last
+  std::vector<LineRange> marks_;
+  std::vector<std::uint64_t> bits_, rows_;
+  std::size_t removedTokens_ = 0, removedLines_ = 0;
+  bool past_ = false, matched_ = false;
+};
+
+}  // namespace tarnwick
+
+#endif
