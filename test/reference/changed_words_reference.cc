@@ -11,21 +11,25 @@ namespace {
 
 int classOf(unsigned char c) { return std::isalnum(c) || c == '_' || c >= 0x80 ? 1 : c == ' ' || c == '\t' ? 2 : 0; }
 
+}  // namespace
+
 std::vector<LineRange> tokensOf(const std::string& line, const std::vector<LineRange>& wholes) {
   std::vector<LineRange> tokens;
   auto whole = wholes.begin();
   for (std::size_t at = 0, size = line.size() - (!line.empty() && line.back() == '\r'); at < size;) {
-    const std::size_t limit = whole != wholes.end() ? whole->begin : size, semi = line.find(';', at);
-    std::size_t end = at + 1;
+    const std::size_t limit = whole != wholes.end() ? whole->begin : size;
+    std::size_t end = at + 1, semi = line[at] == '&' ? line.find(';', at) : limit;
+    const auto name = [](char c) { return c == '#' || (classOf(c) == 1 && c > 0 && c != '_'); };
     if (at == limit) end = whole++->end;
     else if (classOf(line[at]) != 0) while (end < limit && classOf(line[end]) == classOf(line[at])) ++end;
-    else if (line[at] == '&' && semi < limit && semi - at >= 2 && semi - at <= 33 &&
-             std::all_of(&line[at + 1], &line[semi], [](char c) { return c == '#' || (classOf(c) == 1 && c > 0 && c != '_'); })) end = semi + 1;
+    else if (semi < limit && semi - at >= 2 && semi - at <= 33 && std::all_of(&line[at + 1], &line[semi], name)) end = semi + 1;
     tokens.push_back({at, end});
     at = end;
   }
   return tokens;
 }
+
+namespace {
 
 std::size_t longestCommon(const std::vector<std::string>& a, const std::vector<std::string>& b) {
   std::vector<std::size_t> last(b.size() + 1), row(b.size() + 1);

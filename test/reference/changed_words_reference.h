@@ -11,6 +11,9 @@ namespace reference {
 // Returns the ranges of the "#" colour codes of `line` that the diff view gives a swatch.
 std::vector<tarnwick::LineRange> colourCodes(const std::string& line);
 
+// Returns the tokens of `line`, the `wholes` (colour codes) one each.
+std::vector<tarnwick::LineRange> tokensOf(const std::string& line, const std::vector<tarnwick::LineRange>& wholes);
+
 // Returns what is wrong with the marks that `words` gives each change block of `diff` (a run of
 // lines starting with "-" and the run starting with "+" after it, either of them empty), or "":
 // the lone side, the block past the bound and the one under the threshold get none; any other

@@ -8,7 +8,9 @@ namespace tarnwick {
 
 namespace {
 
-enum : std::uint8_t { kOther, kWord, kBlank };
+// Byte classes; kNone stands before a line and after an entity or a whole range, so that the
+// next byte starts a token whatever it is.
+enum : std::uint8_t { kOther, kWord, kBlank, kNone };
 
 constexpr std::array<std::uint8_t, 256> makeClasses() {
   std::array<std::uint8_t, 256> classes{};
@@ -27,47 +29,36 @@ constexpr std::size_t kLongestEntityName = 32;
 
 inline bool isEntityByte(char c) { return c == '#' || (classOf(c) == kWord && static_cast<unsigned char>(c) < 0x80 && c != '_'); }
 
-// Returns the end of the token that starts at `at`, reading nothing at or past `limit`.
-std::size_t tokenEnd(const char* text, std::size_t at, std::size_t limit) {
-  const std::uint8_t kind = classOf(text[at]);
+// Returns the end of the entity that starts with the "&" at `at`, or 0, reading nothing at or
+// past `limit`.
+std::size_t entityEnd(const char* text, std::size_t at, std::size_t limit) {
   std::size_t end = at + 1;
-  if (kind != kOther) {
-    while (end < limit && classOf(text[end]) == kind) ++end;
-  } else if (text[at] == '&') {
-    while (end < limit && end - at <= kLongestEntityName && isEntityByte(text[end])) ++end;
-    if (end > at + 1 && end < limit && text[end] == ';') return end + 1;
-    end = at + 1;
-  }
-  return end;
+  while (end < limit && end - at <= kLongestEntityName && isEntityByte(text[end])) ++end;
+  return end > at + 1 && end < limit && text[end] == ';' ? end + 1 : 0;
 }
 
 constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15ull;
 constexpr unsigned kSlotBits = 13;  // twice the most kinds a block has, so that probes stay short
 static_assert(std::size_t{1} << kSlotBits >= 2 * kChangedWordsBound, "the slots hold every kind of a block");
 constexpr std::uint32_t kNoBits = UINT32_MAX;
+constexpr std::size_t kPadding = 16;  // zero bytes after the copied lines: a token's head is two whole loads
 
-inline std::uint64_t load(const char* p, std::size_t n) {
-  std::uint64_t x = 0;
-  std::memcpy(&x, p, n);
+inline std::uint64_t load8(const char* p) {
+  std::uint64_t x;
+  std::memcpy(&x, p, 8);
   return x;
 }
 
-// Returns a hash of the `n` bytes at `p`, reading none outside them. Short texts, nearly every
-// token, are read in at most two loads.
-std::uint64_t hashBytes(const char* p, std::size_t n) {
-  std::uint64_t h = n * kMultiplier;
-  if (n >= 8) {
-    for (std::size_t i = 0; i + 8 < n; i += 8) h = ((h ^ load(p + i, 8)) * kMultiplier) ^ (h >> 32);
-    h ^= load(p + n - 8, 8);
-  } else if (n >= 4) {
-    h ^= load(p, 4) << 32 | load(p + n - 4, 4);
-  } else {
-    h ^= static_cast<std::uint64_t>(static_cast<unsigned char>(p[0])) << 16 |
-         static_cast<std::uint64_t>(static_cast<unsigned char>(p[n / 2])) << 8 | static_cast<unsigned char>(p[n - 1]);
+// The bytes of a head word that a token of `size` bytes fills, by size up to 16.
+constexpr std::array<std::uint64_t, 17> makeMasks(int word) {
+  std::array<std::uint64_t, 17> masks{};
+  for (int size = 0; size <= 16; ++size) {
+    const int bytes = std::min(8, std::max(0, size - 8 * word));
+    masks[size] = bytes == 8 ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * bytes)) - 1;
   }
-  h *= kMultiplier;
-  return h ^ (h >> 31);
+  return masks;
 }
+constexpr std::array<std::uint64_t, 17> kHeadMasks[2] = {makeMasks(0), makeMasks(1)};
 
 // Returns the number of bits set in `x`, without the library call that a processor lacking a
 // population count instruction would get.
@@ -81,143 +72,203 @@ inline std::size_t bitCount(std::uint64_t x) {
 }  // namespace
 
 void ChangedWords::clear() {
-  for (const Kind& kind : kinds_) slots_[kind.slot] = 0;
-  tokens_.clear();
-  kinds_.clear();
-  lineTokens_.clear();
+  lines_.clear();
   lineMarks_.clear();
   marks_.clear();
-  removedTokens_ = removedLines_ = 0;
-  past_ = matched_ = false;
+  tokens_ = removedTokens_ = removedLines_ = bytes_ = 0;
+  past_ = done_ = false;
+}
+
+// Appends the start of every token that begins in [from, to) of `text` to starts_, which has room
+// for them, and returns where the scan stopped: `to`, or past it the end of an entity that began
+// before it. `last` is the class of the byte before `from`, and becomes that of the last byte.
+// Branch-free but for entities: a start is written at every byte and kept where one begins, so
+// that short tokens cost no mispredicted branch.
+std::size_t ChangedWords::scan(const char* text, std::size_t from, std::size_t to, std::size_t limit,
+                               std::uint8_t& last) {
+  std::uint32_t* out = &starts_[tokens_];
+  std::uint8_t before = last;  // a local: a store through `out` could change what `last` refers to
+  std::size_t at = from;
+  for (; at < to; ++at) {
+    const std::uint8_t kind = classOf(text[at]);
+    *out = static_cast<std::uint32_t>(at);
+    out += (kind != before) | (kind == kOther);
+    before = kind;
+    if (text[at] == '&') {
+      const std::size_t end = entityEnd(text, at, limit);
+      if (end != 0) {
+        at = end - 1;
+        before = kNone;
+      }
+    }
+  }
+  last = before;
+  tokens_ = static_cast<std::size_t>(out - starts_.data());
+  return at;
 }
 
 void ChangedWords::addLine(bool added, const char* text, std::size_t size, const LineRange* wholes,
                            std::size_t wholeCount) {
-  if (!added && lineTokens_.size() > removedLines_) past_ = true;
-  if (past_ || lineTokens_.size() + tokens_.size() >= kChangedWordsBound) {
+  if (!added && lines_.size() > removedLines_) past_ = true;
+  bytes_ += size;
+  if (past_ || lines_.size() + tokens_ >= kChangedWordsBound || bytes_ > kChangedWordsBytes) {
     past_ = true;
     return;
   }
-  lineTokens_.push_back(static_cast<std::uint32_t>(tokens_.size()));
-  if (!added) ++removedLines_;
   if (size > 0 && text[size - 1] == '\r') --size;
+  lines_.push_back(Line{text, static_cast<std::uint32_t>(size), static_cast<std::uint32_t>(tokens_), 0});
+  if (!added) ++removedLines_;
+  // Every byte makes at most one token: a piece of the line no longer than the units left to the
+  // bound is scanned at a time, into room for as many starts.
+  const std::size_t room = kChangedWordsBound + 1;
+  if (starts_.size() < tokens_ + room) starts_.resize(tokens_ + room);
   const LineRange* whole = wholes;
   const LineRange* const lastWhole = wholes + wholeCount;
+  std::uint8_t last = kNone;
   for (std::size_t at = 0; at < size;) {
-    if (lineTokens_.size() + tokens_.size() >= kChangedWordsBound) {
+    while (whole != lastWhole && (whole->begin < at || whole->end <= whole->begin || whole->end > size)) ++whole;
+    if (whole != lastWhole && whole->begin == at) {
+      starts_[tokens_++] = static_cast<std::uint32_t>(at);
+      at = whole++->end;
+      last = kNone;
+    } else {
+      const std::size_t limit = whole != lastWhole ? whole->begin : size;
+      at = scan(text, at, std::min(limit, at + kChangedWordsBound + 1 - lines_.size() - tokens_), limit, last);
+    }
+    if (lines_.size() + tokens_ > kChangedWordsBound) {
       past_ = true;
       return;
     }
-    while (whole != lastWhole && (whole->begin < at || whole->end <= whole->begin || whole->end > size)) ++whole;
-    std::size_t end;
-    if (whole != lastWhole && whole->begin == at) {
-      end = whole++->end;
-    } else {
-      end = tokenEnd(text, at, whole != lastWhole ? whole->begin : size);
-    }
-    tokens_.push_back(Token{at, end, kindOf(text + at, end - at, added), false});
-    at = end;
   }
-  if (!added) removedTokens_ = tokens_.size();
+  if (!added) removedTokens_ = tokens_;
 }
 
-std::uint32_t ChangedWords::kindOf(const char* data, std::size_t size, bool added) {
-  if (slots_.empty()) slots_.assign(std::size_t{1} << kSlotBits, 0);
-  const std::uint64_t hash = hashBytes(data, size);
+inline std::uint32_t ChangedWords::kindOf(std::uint32_t at, std::uint32_t size, bool added) {
+  const char* const data = &text_[at];
+  const std::size_t small = std::min<std::size_t>(size, 16);
+  const std::uint64_t head0 = load8(data) & kHeadMasks[0][small], head1 = load8(data + 8) & kHeadMasks[1][small];
+  std::uint64_t hash = (head0 * kMultiplier) ^ head1 ^ size;
+  std::size_t i = 16;
+  for (; i + 8 <= size; i += 8) hash = (hash ^ load8(data + i)) * kMultiplier;
+  if (i < size) hash = (hash ^ (load8(data + i) & kHeadMasks[0][size - i])) * kMultiplier;
+  hash *= kMultiplier;
   for (std::size_t slot = hash >> (64 - kSlotBits);; slot = (slot + 1) & (slots_.size() - 1)) {
     std::uint32_t& entry = slots_[slot];
     if (entry == 0) {
-      kinds_.push_back(Kind{hash, data, size, slot, 0, 0, kNoBits});
+      kinds_.push_back(Kind{{head0, head1}, size, at, static_cast<std::uint32_t>(slot), 0, 0, kNoBits});
       entry = static_cast<std::uint32_t>(kinds_.size());
     }
     Kind& kind = kinds_[entry - 1];
-    if (kind.hash == hash && kind.size == size && std::memcmp(kind.data, data, size) == 0) {
+    if (kind.head[0] == head0 && kind.head[1] == head1 && kind.size == size &&
+        (size <= 16 || std::memcmp(&text_[kind.at], data, size) == 0)) {
       ++(added ? kind.added : kind.removed);
       return entry - 1;
     }
   }
 }
 
+// Copies the block's lines into text_ and gives each token its kind.
+void ChangedWords::countKinds() {
+  if (slots_.empty()) slots_.assign(std::size_t{1} << kSlotBits, 0);
+  for (const Kind& kind : kinds_) slots_[kind.slot] = 0;
+  kinds_.clear();
+  std::size_t size = kPadding;
+  for (Line& line : lines_) {
+    line.at = static_cast<std::uint32_t>(size - kPadding);
+    size += line.size;
+  }
+  if (text_.size() < size) text_.resize(size);
+  for (const Line& line : lines_) std::memcpy(&text_[line.at], line.text, line.size);
+  std::memset(&text_[size - kPadding], 0, kPadding);
+  kindOfToken_.resize(tokens_);
+  for (std::size_t l = 0; l < lines_.size(); ++l) {
+    const Line& line = lines_[l];
+    const std::size_t last = l + 1 < lines_.size() ? lines_[l + 1].firstToken : tokens_;
+    for (std::size_t t = line.firstToken; t < last; ++t) {
+      const std::uint32_t end = t + 1 < last ? starts_[t + 1] : line.size;
+      kindOfToken_[t] = kindOf(line.at + starts_[t], end - starts_[t], l >= removedLines_);
+    }
+  }
+}
+
 bool ChangedWords::match() {
-  matched_ = false;
-  const std::size_t removed = removedTokens_, total = tokens_.size(), added = total - removed;
+  done_ = false;
+  const std::size_t removed = removedTokens_, added = tokens_ - removed;
   const std::size_t needed = (std::max(removed, added) + 1) / 2;
-  if (past_ || removedLines_ == 0 || removedLines_ == lineTokens_.size() || needed == 0 ||
+  if (past_ || removedLines_ == 0 || removedLines_ == lines_.size() || needed == 0 ||
       std::min(removed, added) < needed) {
     return false;
   }
+  countKinds();
   // Each kind matches at most as often as the side holding it less often: an upper bound of the
   // subsequence, which rules out most unlike blocks before any search.
   std::size_t shared = 0;
   for (const Kind& kind : kinds_) shared += std::min(kind.removed, kind.added);
   if (shared < needed) return false;
 
-  for (Token& token : tokens_) token.matched = false;
+  matched_.assign(tokens_, 0);
   // Tokens that both sides begin or end with belong to a longest common subsequence.
+  const std::uint32_t* const kind = kindOfToken_.data();
   std::size_t head = 0, tail = 0;
-  while (head < removed && head < added && tokens_[head].kind == tokens_[removed + head].kind) {
-    tokens_[head].matched = tokens_[removed + head].matched = true;
+  while (head < removed && head < added && kind[head] == kind[removed + head]) {
+    matched_[head] = matched_[removed + head] = 1;
     ++head;
   }
-  while (tail < removed - head && tail < added - head &&
-         tokens_[removed - 1 - tail].kind == tokens_[total - 1 - tail].kind) {
-    tokens_[removed - 1 - tail].matched = tokens_[total - 1 - tail].matched = true;
+  while (tail < removed - head && tail < added - head && kind[removed - 1 - tail] == kind[tokens_ - 1 - tail]) {
+    matched_[removed - 1 - tail] = matched_[tokens_ - 1 - tail] = 1;
     ++tail;
   }
-  const std::size_t found = head + tail;
-  if (found + longestCommon(head, removed - tail, removed + head, total - tail, needed - std::min(needed, found)) <
-      needed) {
-    return false;
-  }
+  if (head + tail + longestCommon(head, tail, needed - std::min(needed, head + tail)) < needed) return false;
   collectMarks();
-  matched_ = true;
+  done_ = true;
   return !marks_.empty();
 }
 
-// Marks a longest common subsequence of the removed tokens [from, removedEnd) and the added ones
-// [addedFrom, addedEnd) and returns its length, or returns less than `needed` (marking what it
-// may) once it cannot reach that. The subsequence is found with the bit-parallel rows of
-// Crochemore et al. (2001): one bit for each added token, a row for each removed one made from
-// the last with a few word operations, and a bit of row i that is 0 where the subsequence of the
-// first i removed tokens grows with that added token. The rows are kept for the way back.
-std::size_t ChangedWords::longestCommon(std::size_t from, std::size_t removedEnd, std::size_t addedFrom,
-                                        std::size_t addedEnd, std::size_t needed) {
-  const std::size_t n = removedEnd - from, m = addedEnd - addedFrom, words = (m + 63) / 64;
-  if (n == 0 || m == 0) return 0;
+// Marks a longest common subsequence of the removed and the added tokens between the `head` and
+// the `tail` both sides share, and returns its length, or returns less than `needed` once it
+// cannot reach that. Tokens the other side lacks are left out first. The subsequence is found
+// with the bit-parallel rows of Crochemore et al. (2001): one bit for each added token, a row for
+// each removed one made from the last with a few word operations, and a bit of row i that is 0
+// where the subsequence of the first i removed tokens grows with that added token. The rows are
+// kept for the way back.
+std::size_t ChangedWords::longestCommon(std::size_t head, std::size_t tail, std::size_t needed) {
+  // Both sides are taken from their ends back, so that the way back below runs from their starts
+  // and keeps the earlier of two equal tokens: changes read as made after what stayed.
+  columnTokens_.clear();
+  for (std::size_t t = tokens_ - tail; t-- > removedTokens_ + head;) {
+    if (kinds_[kindOfToken_[t]].removed != 0) columnTokens_.push_back(static_cast<std::uint32_t>(t));
+  }
+  const std::size_t m = columnTokens_.size(), words = (m + 63) / 64;
+  if (m == 0) return 0;
   // The match bits of every kind that both sides hold, over the added tokens.
-  std::uint32_t rows = 0;
+  std::uint32_t kindsWithBits = 0;
   bits_.clear();
   for (std::size_t j = 0; j < m; ++j) {
-    Kind& kind = kinds_[tokens_[addedFrom + j].kind];
-    if (kind.removed == 0) continue;
+    Kind& kind = kinds_[kindOfToken_[columnTokens_[j]]];
     if (kind.bits == kNoBits) {
-      kind.bits = rows++;
-      bits_.resize(rows * words, 0);
+      kind.bits = kindsWithBits++;
+      bits_.resize(kindsWithBits * words, 0);
     }
     bits_[kind.bits * words + j / 64] |= std::uint64_t{1} << (j % 64);
   }
-  std::size_t hopeful = 0;  // the removed tokens left that can still match
-  for (std::size_t i = from; i < removedEnd; ++i) hopeful += kinds_[tokens_[i].kind].bits != kNoBits;
-
-  rows_.assign(words, ~std::uint64_t{0});
-  rows_.resize((n + 1) * words);
+  rowTokens_.clear();
+  for (std::size_t t = removedTokens_ - tail; t-- > head;) {
+    if (kinds_[kindOfToken_[t]].bits != kNoBits) rowTokens_.push_back(static_cast<std::uint32_t>(t));
+  }
+  const std::size_t n = rowTokens_.size();
+  if (rows_.size() < (n + 1) * words) rows_.resize((n + 1) * words);
+  std::fill_n(rows_.begin(), words, ~std::uint64_t{0});
   const std::uint64_t lastWord = m % 64 == 0 ? ~std::uint64_t{0} : (std::uint64_t{1} << (m % 64)) - 1;
   const auto common = [&](const std::uint64_t* row) {
     std::size_t ones = bitCount(row[words - 1] & lastWord);
     for (std::size_t w = 0; w + 1 < words; ++w) ones += bitCount(row[w]);
     return m - ones;
   };
-  std::size_t length = 0;
-  for (std::size_t i = 0; i < n; ++i) {
+  std::size_t length = 0, i = 0;
+  while (i < n) {
     const std::uint64_t* const last = &rows_[i * words];
     std::uint64_t* const row = &rows_[(i + 1) * words];
-    const std::uint32_t bits = kinds_[tokens_[from + i].kind].bits;
-    if (bits == kNoBits) {
-      std::memcpy(row, last, words * sizeof *row);
-      continue;
-    }
-    --hopeful;
-    const std::uint64_t* const match = &bits_[bits * words];
+    const std::uint64_t* const match = &bits_[kinds_[kindOfToken_[rowTokens_[i]]].bits * words];
     std::uint64_t carry = 0;
     for (std::size_t w = 0; w < words; ++w) {
       const std::uint64_t v = last[w], u = v & match[w];
@@ -227,23 +278,23 @@ std::size_t ChangedWords::longestCommon(std::size_t from, std::size_t removedEnd
       carry = over | (sum < carry);
       row[w] = sum | (v & ~match[w]);
     }
-    if (i % 64 == 63 || hopeful == 0) {
+    // Each row adds at most one: stop once the rows left cannot make up what is missing.
+    if (++i % 32 == 0 || i == n) {
       length = common(row);
-      if (length + hopeful < needed) break;
+      if (length + (n - i) < needed) break;
     }
   }
-  for (std::size_t j = 0; j < m; ++j) kinds_[tokens_[addedFrom + j].kind].bits = kNoBits;
-  if (hopeful > 0 || length < needed) return length;
+  for (std::size_t j = 0; j < m; ++j) kinds_[kindOfToken_[columnTokens_[j]]].bits = kNoBits;
+  if (i < n || length < needed) return length;
 
   // The way back from the last row: a pair of equal tokens always extends a longest subsequence
   // of what precedes them; otherwise a 1 bit says the added token is not needed, a 0 bit that the
   // removed one is not. What it finds is what counts, so that marks and answer always agree.
   length = 0;
-  for (std::size_t i = n, j = m; i > 0 && j > 0;) {
-    Token& a = tokens_[from + i - 1];
-    Token& b = tokens_[addedFrom + j - 1];
-    if (a.kind == b.kind) {
-      a.matched = b.matched = true;
+  for (std::size_t j = m; i > 0 && j > 0;) {
+    const std::uint32_t a = rowTokens_[i - 1], b = columnTokens_[j - 1];
+    if (kindOfToken_[a] == kindOfToken_[b]) {
+      matched_[a] = matched_[b] = 1;
       ++length;
       --i;
       --j;
@@ -259,18 +310,18 @@ std::size_t ChangedWords::longestCommon(std::size_t from, std::size_t removedEnd
 void ChangedWords::collectMarks() {
   lineMarks_.clear();
   marks_.clear();
-  for (std::size_t line = 0; line < lineTokens_.size(); ++line) {
+  for (std::size_t l = 0; l < lines_.size(); ++l) {
     lineMarks_.push_back(static_cast<std::uint32_t>(marks_.size()));
-    const std::size_t last = line + 1 < lineTokens_.size() ? lineTokens_[line + 1] : tokens_.size();
+    const std::size_t last = l + 1 < lines_.size() ? lines_[l + 1].firstToken : tokens_;
     bool open = false;
-    for (std::size_t t = lineTokens_[line]; t < last; ++t) {
-      const Token& token = tokens_[t];
-      if (token.matched) {
+    for (std::size_t t = lines_[l].firstToken; t < last; ++t) {
+      const std::size_t end = t + 1 < last ? starts_[t + 1] : lines_[l].size;
+      if (matched_[t]) {
         open = false;
       } else if (open) {
-        marks_.back().end = token.end;
+        marks_.back().end = end;
       } else {
-        marks_.push_back(LineRange{token.begin, token.end});
+        marks_.push_back(LineRange{starts_[t], end});
         open = true;
       }
     }
@@ -279,7 +330,7 @@ void ChangedWords::collectMarks() {
 }
 
 ChangedWords::Marks ChangedWords::marks(std::size_t line) const {
-  if (!matched_ || line + 1 >= lineMarks_.size()) return Marks{nullptr, nullptr};
+  if (!done_ || line + 1 >= lineMarks_.size()) return Marks{nullptr, nullptr};
   return Marks{marks_.data() + lineMarks_[line], marks_.data() + lineMarks_[line + 1]};
 }
 

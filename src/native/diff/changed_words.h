@@ -19,6 +19,10 @@ struct LineRange {
 // (changed_words_bench.cc measures both).
 constexpr std::size_t kChangedWordsBound = 4096;
 
+// The most bytes of a change block's lines that get marks: far more than its tokens can need,
+// it bounds the copy of a block and the reading of long tokens.
+constexpr std::size_t kChangedWordsBytes = 64 * kChangedWordsBound;
+
 // Decides which words changed inside one change block of a diff: a run of removed lines followed
 // directly by a run of added lines. Each side's text, taken across its lines, is cut into tokens:
 // runs of word bytes (ASCII letters, digits, "_" and every byte of a multi-byte character), runs
@@ -64,33 +68,37 @@ class ChangedWords {
   Marks marks(std::size_t line) const;
 
  private:
-  struct Token {
-    std::size_t begin, end;
-    std::uint32_t kind;
-    bool matched;
+  struct Line {
+    const char* text;
+    std::uint32_t size;        // without a carriage return that ends it
+    std::uint32_t firstToken;  // its first token's index
+    std::uint32_t at;          // where its copy starts in text_
   };
-  // One distinct token text of the block, how often each side holds it, and its row of match bits.
+  // One distinct token text of the block: its first 16 bytes (zero past its end), where a longer
+  // one stands, how often each side holds it, and its row of match bits.
   struct Kind {
-    std::uint64_t hash;
-    const char* data;
-    std::size_t size, slot;
-    std::uint32_t removed, added, bits;
+    std::uint64_t head[2];
+    std::uint32_t size, at, slot, removed, added, bits;
   };
 
-  std::uint32_t kindOf(const char* data, std::size_t size, bool added);
-  std::size_t longestCommon(std::size_t from, std::size_t removedEnd, std::size_t addedFrom, std::size_t addedEnd,
-                            std::size_t needed);
+  std::size_t scan(const char* text, std::size_t from, std::size_t to, std::size_t limit, std::uint8_t& last);
+  void countKinds();
+  std::uint32_t kindOf(std::uint32_t at, std::uint32_t size, bool added);
+  std::size_t longestCommon(std::size_t head, std::size_t tail, std::size_t needed);
   void collectMarks();
 
-  std::vector<Token> tokens_;
+  std::vector<Line> lines_;
+  std::vector<std::uint32_t> starts_;  // each token's first byte in its line; its size is room
+  std::vector<std::uint32_t> kindOfToken_, rowTokens_, columnTokens_;
+  std::vector<std::uint8_t> matched_;
+  std::vector<char> text_;  // the block's lines one after another, zero-padded for whole loads
   std::vector<Kind> kinds_;
-  std::vector<std::uint32_t> slots_;       // open addressing: a kind's index + 1, or 0
-  std::vector<std::uint32_t> lineTokens_;  // each line's first token, then the end of the last
-  std::vector<std::uint32_t> lineMarks_;   // each line's first mark, then the end of the last
+  std::vector<std::uint32_t> slots_;  // open addressing: a kind's index + 1, or 0
+  std::vector<std::uint32_t> lineMarks_;  // each line's first mark, then the end of the last
   std::vector<LineRange> marks_;
   std::vector<std::uint64_t> bits_, rows_;
-  std::size_t removedTokens_ = 0, removedLines_ = 0;
-  bool past_ = false, matched_ = false;
+  std::size_t tokens_ = 0, removedTokens_ = 0, removedLines_ = 0, bytes_ = 0;
+  bool past_ = false, done_ = false;
 };
 
 }  // namespace tarnwick
