@@ -143,23 +143,40 @@ void ChangedWords::addLine(bool added, const char* text, std::size_t size, const
   if (!added) removedTokens_ = tokens_;
 }
 
-inline std::uint32_t ChangedWords::kindOf(std::uint32_t at, std::uint32_t size, bool added) {
-  const char* const data = &text_[at];
+namespace {
+
+// Returns the two head words of the `size` bytes at `data`: their first 16 bytes, zero past them.
+inline void headOf(const char* data, std::size_t size, std::uint64_t head[2]) {
   const std::size_t small = std::min<std::size_t>(size, 16);
-  const std::uint64_t head0 = load8(data) & kHeadMasks[0][small], head1 = load8(data + 8) & kHeadMasks[1][small];
-  std::uint64_t hash = (head0 * kMultiplier) ^ head1 ^ size;
+  head[0] = load8(data) & kHeadMasks[0][small];
+  head[1] = load8(data + 8) & kHeadMasks[1][small];
+}
+
+// Returns a hash of the `size` bytes at `data`, which has 16 readable bytes past them.
+inline std::uint64_t hashOf(const char* data, std::size_t size) {
+  std::uint64_t head[2];
+  headOf(data, size, head);
+  std::uint64_t hash = (head[0] * kMultiplier) ^ head[1] ^ size;
   std::size_t i = 16;
   for (; i + 8 <= size; i += 8) hash = (hash ^ load8(data + i)) * kMultiplier;
   if (i < size) hash = (hash ^ (load8(data + i) & kHeadMasks[0][size - i])) * kMultiplier;
-  hash *= kMultiplier;
+  return hash * kMultiplier;
+}
+
+}  // namespace
+
+inline std::uint32_t ChangedWords::kindOf(std::uint32_t at, std::uint32_t size, std::uint64_t hash, bool added) {
+  const char* const data = &text_[at];
+  std::uint64_t head[2];
+  headOf(data, size, head);
   for (std::size_t slot = hash >> (64 - kSlotBits);; slot = (slot + 1) & (slots_.size() - 1)) {
     std::uint32_t& entry = slots_[slot];
     if (entry == 0) {
-      kinds_.push_back(Kind{{head0, head1}, size, at, static_cast<std::uint32_t>(slot), 0, 0, kNoBits});
+      kinds_.push_back(Kind{{head[0], head[1]}, size, at, static_cast<std::uint32_t>(slot), 0, 0, kNoBits});
       entry = static_cast<std::uint32_t>(kinds_.size());
     }
     Kind& kind = kinds_[entry - 1];
-    if (kind.head[0] == head0 && kind.head[1] == head1 && kind.size == size &&
+    if (kind.head[0] == head[0] && kind.head[1] == head[1] && kind.size == size &&
         (size <= 16 || std::memcmp(&text_[kind.at], data, size) == 0)) {
       ++(added ? kind.added : kind.removed);
       return entry - 1;
@@ -167,11 +184,10 @@ inline std::uint32_t ChangedWords::kindOf(std::uint32_t at, std::uint32_t size, 
   }
 }
 
-// Copies the block's lines into text_ and gives each token its kind.
-void ChangedWords::countKinds() {
-  if (slots_.empty()) slots_.assign(std::size_t{1} << kSlotBits, 0);
-  for (const Kind& kind : kinds_) slots_[kind.slot] = 0;
-  kinds_.clear();
+// Copies the block's lines into text_ and hashes every token. Returns an upper bound of the
+// subsequence from the hashes alone: each hash bucket matches at most as often as the side
+// holding it less often, which rules out most unlike blocks before their tokens are told apart.
+std::size_t ChangedWords::hashTokens() {
   std::size_t size = kPadding;
   for (Line& line : lines_) {
     line.at = static_cast<std::uint32_t>(size - kPadding);
@@ -180,14 +196,45 @@ void ChangedWords::countKinds() {
   if (text_.size() < size) text_.resize(size);
   for (const Line& line : lines_) std::memcpy(&text_[line.at], line.text, line.size);
   std::memset(&text_[size - kPadding], 0, kPadding);
-  kindOfToken_.resize(tokens_);
+  hashes_.resize(tokens_);
+  places_.resize(tokens_);
   for (std::size_t l = 0; l < lines_.size(); ++l) {
     const Line& line = lines_[l];
-    const std::size_t last = l + 1 < lines_.size() ? lines_[l + 1].firstToken : tokens_;
-    for (std::size_t t = line.firstToken; t < last; ++t) {
-      const std::uint32_t end = t + 1 < last ? starts_[t + 1] : line.size;
-      kindOfToken_[t] = kindOf(line.at + starts_[t], end - starts_[t], l >= removedLines_);
+    const std::size_t next = l + 1 < lines_.size() ? lines_[l + 1].firstToken : tokens_;
+    for (std::size_t t = line.firstToken; t < next; ++t) {
+      const std::uint32_t end = t + 1 < next ? starts_[t + 1] : line.size;
+      places_[t] = Place{line.at + starts_[t], end - starts_[t]};
+      hashes_[t] = hashOf(&text_[places_[t].at], places_[t].size);
     }
+  }
+  if (buckets_.empty()) buckets_.assign(std::size_t{1} << kSlotBits, 0);
+  for (std::size_t t = 0; t < removedTokens_; ++t) ++buckets_[hashes_[t] >> (64 - kSlotBits)];
+  std::size_t shared = 0;
+  for (std::size_t t = removedTokens_; t < tokens_; ++t) {
+    std::uint16_t& bucket = buckets_[hashes_[t] >> (64 - kSlotBits)];
+    const bool left = bucket != 0;
+    bucket -= left;
+    shared += left;
+  }
+  for (std::size_t t = 0; t < removedTokens_; ++t) buckets_[hashes_[t] >> (64 - kSlotBits)] = 0;
+  return shared;
+}
+
+// Returns whether tokens `a` and `b` have the same bytes.
+bool ChangedWords::same(std::size_t a, std::size_t b) const {
+  const Place p = places_[a], q = places_[b];
+  if (hashes_[a] != hashes_[b] || p.size != q.size) return false;
+  if (p.size > 16) return std::memcmp(&text_[p.at], &text_[q.at], p.size) == 0;
+  std::uint64_t x[2], y[2];
+  headOf(&text_[p.at], p.size, x);
+  headOf(&text_[q.at], q.size, y);
+  return x[0] == y[0] && x[1] == y[1];
+}
+
+// Gives each token in [from, to) its kind, counted on its side.
+void ChangedWords::countKinds(std::size_t from, std::size_t to) {
+  for (std::size_t t = from; t < to; ++t) {
+    kindOfToken_[t] = kindOf(places_[t].at, places_[t].size, hashes_[t], t >= removedTokens_);
   }
 }
 
@@ -199,25 +246,30 @@ bool ChangedWords::match() {
       std::min(removed, added) < needed) {
     return false;
   }
-  countKinds();
-  // Each kind matches at most as often as the side holding it less often: an upper bound of the
-  // subsequence, which rules out most unlike blocks before any search.
-  std::size_t shared = 0;
-  for (const Kind& kind : kinds_) shared += std::min(kind.removed, kind.added);
-  if (shared < needed) return false;
+  if (hashTokens() < needed) return false;
 
   matched_.assign(tokens_, 0);
-  // Tokens that both sides begin or end with belong to a longest common subsequence.
-  const std::uint32_t* const kind = kindOfToken_.data();
+  // Tokens that both sides begin or end with belong to a longest common subsequence: only those
+  // between them are told apart and searched.
   std::size_t head = 0, tail = 0;
-  while (head < removed && head < added && kind[head] == kind[removed + head]) {
+  while (head < removed && head < added && same(head, removed + head)) {
     matched_[head] = matched_[removed + head] = 1;
     ++head;
   }
-  while (tail < removed - head && tail < added - head && kind[removed - 1 - tail] == kind[tokens_ - 1 - tail]) {
+  while (tail < removed - head && tail < added - head && same(removed - 1 - tail, tokens_ - 1 - tail)) {
     matched_[removed - 1 - tail] = matched_[tokens_ - 1 - tail] = 1;
     ++tail;
   }
+  if (slots_.empty()) slots_.assign(std::size_t{1} << kSlotBits, 0);
+  for (const Kind& kind : kinds_) slots_[kind.slot] = 0;
+  kinds_.clear();
+  kindOfToken_.resize(tokens_);
+  countKinds(head, removed - tail);
+  countKinds(removed + head, tokens_ - tail);
+  // Each kind matches at most as often as the side holding it less often: a closer bound.
+  std::size_t shared = head + tail;
+  for (const Kind& kind : kinds_) shared += std::min(kind.removed, kind.added);
+  if (shared < needed) return false;
   if (head + tail + longestCommon(head, tail, needed - std::min(needed, head + tail)) < needed) return false;
   collectMarks();
   done_ = true;
@@ -242,14 +294,13 @@ std::size_t ChangedWords::longestCommon(std::size_t head, std::size_t tail, std:
   if (m == 0) return 0;
   // The match bits of every kind that both sides hold, over the added tokens.
   std::uint32_t kindsWithBits = 0;
-  bits_.clear();
   for (std::size_t j = 0; j < m; ++j) {
     Kind& kind = kinds_[kindOfToken_[columnTokens_[j]]];
-    if (kind.bits == kNoBits) {
-      kind.bits = kindsWithBits++;
-      bits_.resize(kindsWithBits * words, 0);
-    }
-    bits_[kind.bits * words + j / 64] |= std::uint64_t{1} << (j % 64);
+    if (kind.bits == kNoBits) kind.bits = kindsWithBits++;
+  }
+  bits_.assign(kindsWithBits * words, 0);
+  for (std::size_t j = 0; j < m; ++j) {
+    bits_[kinds_[kindOfToken_[columnTokens_[j]]].bits * words + j / 64] |= std::uint64_t{1} << (j % 64);
   }
   rowTokens_.clear();
   for (std::size_t t = removedTokens_ - tail; t-- > head;) {

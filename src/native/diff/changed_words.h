@@ -82,8 +82,10 @@ class ChangedWords {
   };
 
   std::size_t scan(const char* text, std::size_t from, std::size_t to, std::size_t limit, std::uint8_t& last);
-  void countKinds();
-  std::uint32_t kindOf(std::uint32_t at, std::uint32_t size, bool added);
+  std::size_t hashTokens();
+  bool same(std::size_t a, std::size_t b) const;
+  void countKinds(std::size_t from, std::size_t to);
+  std::uint32_t kindOf(std::uint32_t at, std::uint32_t size, std::uint64_t hash, bool added);
   std::size_t longestCommon(std::size_t head, std::size_t tail, std::size_t needed);
   void collectMarks();
 
@@ -94,6 +96,12 @@ class ChangedWords {
   std::vector<char> text_;  // the block's lines one after another, zero-padded for whole loads
   std::vector<Kind> kinds_;
   std::vector<std::uint32_t> slots_;  // open addressing: a kind's index + 1, or 0
+  struct Place {
+    std::uint32_t at, size;  // in text_
+  };
+  std::vector<Place> places_;          // each token's
+  std::vector<std::uint64_t> hashes_;  // each token's
+  std::vector<std::uint16_t> buckets_;  // tokens of the removed side by hash, zero between blocks
   std::vector<std::uint32_t> lineMarks_;  // each line's first mark, then the end of the last
   std::vector<LineRange> marks_;
   std::vector<std::uint64_t> bits_, rows_;
