@@ -9,9 +9,76 @@ using tarnwick::LineRange;
 
 namespace {
 
-int classOf(unsigned char c) { return std::isalnum(c) || c == '_' || c >= 0x80 ? 1 : c == ' ' || c == '\t' ? 2 : 0; }
+int classOf(unsigned char c) {
+  return std::isalnum(c) || c == '_' || c >= 0x80 ? 1 : c == ' ' || c == '\t' ? 2 : 0;
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  for (std::size_t at = 0, end = 0; end != std::string::npos; at = end + 1) {
+    lines.push_back(text.substr(at, (end = text.find('\n', at)) - at));
+  }
+  return lines;
+}
+
+// Matches a block's lines (signs included) with `words`, each line's colour codes kept whole after
+// a range past the line, which is ignored. Returns match()'s answer.
+bool run(tarnwick::ChangedWords& words, const std::vector<std::string>& lines) {
+  words.clear();
+  for (const std::string& line : lines) {
+    std::vector<LineRange> wholes = colourCodes(line.substr(1));
+    wholes.insert(wholes.begin(), {0, line.size()});
+    words.addLine(line[0] == '+', &line[1], line.size() - 1, wholes.data(), wholes.size());
+  }
+  return words.match();
+}
+
+std::string checkBlock(tarnwick::ChangedWords& words, const std::vector<std::string>& lines) {
+  const bool marked = run(words, lines);
+  std::vector<std::string> tokens[2], unmarked[2];
+  std::size_t marks = 0;
+  for (std::size_t l = 0; l < lines.size(); ++l) {
+    const std::string line = lines[l].substr(1);
+    const bool added = lines[l][0] == '+';
+    const tarnwick::ChangedWords::Marks made = words.marks(l);
+    std::vector<LineRange> runs;  // production's marks, if one range a run of tokens it left out
+    for (const LineRange& token : tokensOf(line, colourCodes(line))) {
+      tokens[added].push_back(line.substr(token.begin, token.end - token.begin));
+      const auto covers = [&](LineRange mark) { return mark.begin <= token.begin && token.begin < mark.end; };
+      if (std::none_of(made.begin(), made.end(), covers)) unmarked[added].push_back(tokens[added].back());
+      else if (!runs.empty() && runs.back().end == token.begin) runs.back().end = token.end;
+      else runs.push_back(token);
+    }
+    const auto same = [](LineRange a, LineRange b) { return a.begin == b.begin && a.end == b.end; };
+    if (!std::equal(runs.begin(), runs.end(), made.begin(), made.end(), same)) return "marks apart from tokens";
+    marks += runs.size();
+  }
+  std::vector<std::size_t> last(tokens[1].size() + 1), row(last);  // the quadratic table, a row at a time
+  for (const std::string& token : tokens[0]) {
+    for (std::size_t j = 0; j < tokens[1].size(); ++j) {
+      row[j + 1] = token == tokens[1][j] ? last[j] + 1 : std::max(last[j + 1], row[j]);
+    }
+    std::swap(last, row);
+  }
+  const bool expected = lines.size() + tokens[0].size() + tokens[1].size() <= tarnwick::kChangedWordsBound &&
+                        lines.front()[0] == '-' && lines.back()[0] == '+' &&
+                        2 * last.back() >= std::max(tokens[0].size(), tokens[1].size());
+  if (!expected) return marks > 0 || marked ? "marks where none belong" : "";
+  if (marked != (marks > 0) || unmarked[0] != unmarked[1]) return "the unmarked tokens differ";
+  return unmarked[0].size() == last.back() ? "" : "fewer unmarked tokens than the longest subsequence";
+}
 
 }  // namespace
+
+std::vector<LineRange> colourCodes(const std::string& line) {
+  std::vector<LineRange> codes;
+  for (std::size_t at = line.find('#'); at != std::string::npos; at = line.find('#', at + 1)) {
+    std::size_t end = at + 1;
+    while (end < line.size() && end - at <= 8 && std::isxdigit(static_cast<unsigned char>(line[end]))) ++end;
+    if (end - at >= 7) codes.push_back({at, end}), at = end - 1;
+  }
+  return codes;
+}
 
 std::vector<LineRange> tokensOf(const std::string& line, const std::vector<LineRange>& wholes) {
   std::vector<LineRange> tokens;
@@ -29,89 +96,29 @@ std::vector<LineRange> tokensOf(const std::string& line, const std::vector<LineR
   return tokens;
 }
 
-namespace {
-
-std::size_t longestCommon(const std::vector<std::string>& a, const std::vector<std::string>& b) {
-  std::vector<std::size_t> last(b.size() + 1), row(b.size() + 1);
-  for (const std::string& token : a) {
-    for (std::size_t j = 0; j < b.size(); ++j) row[j + 1] = token == b[j] ? last[j] + 1 : std::max(last[j + 1], row[j]);
-    std::swap(last, row);
-  }
-  return last.back();
-}
-
-// Checks one block: its lines without their signs, `removed` of them removed.
-std::string checkBlock(tarnwick::ChangedWords& words, const std::vector<std::string>& lines, std::size_t removed) {
-  std::vector<std::vector<LineRange>> wholes;
-  words.clear();
-  for (const std::string& line : lines) wholes.push_back(colourCodes(line));
-  for (std::size_t l = 0; l < lines.size(); ++l) words.addLine(l >= removed, lines[l].data(), lines[l].size(), wholes[l].data(), wholes[l].size());
-  const bool marked = words.match();
-  std::vector<std::string> tokens[2], unmarked[2];
-  std::size_t marks = 0;
+std::string bracketed(tarnwick::ChangedWords& words, const std::string& block) {
+  std::vector<std::string> lines = linesOf(block);
+  run(words, lines);
+  std::string out;
   for (std::size_t l = 0; l < lines.size(); ++l) {
-    std::vector<char> inMark(lines[l].size() + 1);
-    for (const LineRange& mark : words.marks(l)) {
-      if (mark.end > lines[l].size()) return "a mark past its line";
-      std::fill(&inMark[mark.begin], &inMark[mark.end], 1);
+    for (auto mark = words.marks(l).end(); mark != words.marks(l).begin(); --mark) {
+      lines[l].insert(mark[-1].end + 1, "]").insert(mark[-1].begin + 1, "[");
     }
-    std::vector<LineRange> runs;
-    for (const LineRange& token : tokensOf(lines[l], wholes[l])) {
-      const std::string text = lines[l].substr(token.begin, token.end - token.begin);
-      if (std::count(&inMark[token.begin], &inMark[token.end], 1) % text.size()) return "a mark splits " + text;
-      tokens[l >= removed].push_back(text);
-      if (!inMark[token.begin]) unmarked[l >= removed].push_back(text);
-      else if (!runs.empty() && runs.back().end == token.begin) runs.back().end = token.end;
-      else runs.push_back(token);
-    }
-    const auto made = words.marks(l);
-    if (!std::equal(runs.begin(), runs.end(), made.begin(), made.end(), [](LineRange a, LineRange b) {
-          return a.begin == b.begin && a.end == b.end;
-        })) {
-      return "marks that are not one range a run of marked tokens";
-    }
-    marks += runs.size();
+    out += (l > 0 ? "\n" : "") + lines[l];
   }
-  const std::size_t units = lines.size() + tokens[0].size() + tokens[1].size();
-  const std::size_t common = longestCommon(tokens[0], tokens[1]);
-  const bool expected = units <= tarnwick::kChangedWordsBound && removed > 0 && removed < lines.size() &&
-                        2 * common >= std::max(tokens[0].size(), tokens[1].size());
-  if (!expected) return marks == 0 && !marked ? "" : "marks in a block that gets none";
-  if (marked != (marks > 0)) return "match() says otherwise";
-  if (unmarked[0] != unmarked[1]) return "the unmarked tokens differ";
-  return unmarked[0].size() == common ? "" : "unmarked tokens fewer than the longest: " + std::to_string(common);
-}
-
-}  // namespace
-
-std::vector<LineRange> colourCodes(const std::string& line) {
-  std::vector<LineRange> codes;
-  for (std::size_t at = line.find('#'); at != std::string::npos; at = line.find('#', at + 1)) {
-    std::size_t end = at + 1;
-    while (end < line.size() && end - at <= 8 && std::isxdigit(static_cast<unsigned char>(line[end]))) ++end;
-    if (end - at < 7) continue;
-    codes.push_back({at, end});
-    at = end - 1;
-  }
-  return codes;
+  return out;
 }
 
 std::string checkChangedWords(tarnwick::ChangedWords& words, const std::string& diff) {
-  std::vector<std::string> lines;
-  for (std::size_t at = 0, end; at <= diff.size(); at = end + 1) {
-    end = std::min(diff.find('\n', at), diff.size());
-    lines.push_back(diff.substr(at, end - at));
-  }
-  for (std::size_t l = 0; l < lines.size();) {
-    std::vector<std::string> block;
-    std::size_t removed = 0;
-    for (const char sign : {'-', '+'}) {
-      for (; l < lines.size() && !lines[l].empty() && lines[l][0] == sign; ++l) block.push_back(lines[l].substr(1));
-      if (sign == '-') removed = block.size();
+  std::vector<std::string> block;
+  for (const std::string& line : linesOf(diff + "\n")) {  // the empty line at the end closes the last block
+    const char sign = line.empty() ? ' ' : line[0];
+    if (!block.empty() && ((sign != '-' && sign != '+') || (sign == '-' && block.back()[0] == '+'))) {
+      const std::string wrong = checkBlock(words, block);
+      if (!wrong.empty()) return wrong + " in the block starting " + block.front();
+      block.clear();
     }
-    if (block.empty()) ++l;
-    const std::string wrong = block.empty() ? "" : checkBlock(words, block, removed);
-    if (!wrong.empty()) return wrong + " in the block ending at line " + std::to_string(l);
+    if (sign == '-' || sign == '+') block.push_back(line);
   }
   return "";
 }

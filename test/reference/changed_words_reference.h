@@ -8,17 +8,17 @@
 
 namespace reference {
 
-// Returns the ranges of the "#" colour codes of `line` that the diff view gives a swatch.
+// Returns the ranges of the "#" colour codes of `line` that get a swatch, and the tokens of
+// `line` by the rules, written out plainly, each of `wholes` one.
 std::vector<tarnwick::LineRange> colourCodes(const std::string& line);
-
-// Returns the tokens of `line`, the `wholes` (colour codes) one each.
 std::vector<tarnwick::LineRange> tokensOf(const std::string& line, const std::vector<tarnwick::LineRange>& wholes);
 
-// Returns what is wrong with the marks that `words` gives each change block of `diff` (a run of
-// lines starting with "-" and the run starting with "+" after it, either of them empty), or "":
-// the lone side, the block past the bound and the one under the threshold get none; any other
-// is marked where a longest common subsequence of the tokens, by a quadratic table, leaves
-// them, one range a run of tokens.
+// Returns `block` ("-" and "+" lines, given to `words` in this order) with its marks in brackets.
+std::string bracketed(tarnwick::ChangedWords& words, const std::string& block);
+
+// Returns what is wrong with the marks of each change block of `diff` by `words`, or "": none for
+// a lone side, a block past the bound or under the threshold; else the tokens a longest common
+// subsequence (by the quadratic table) leaves out, one mark a run of them in a line.
 std::string checkChangedWords(tarnwick::ChangedWords& words, const std::string& diff);
 
 }  // namespace reference

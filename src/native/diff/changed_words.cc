@@ -27,7 +27,9 @@ inline std::uint8_t classOf(char c) { return kClasses[static_cast<unsigned char>
 // The longest entity name: HTML's longest named one has 31 letters.
 constexpr std::size_t kLongestEntityName = 32;
 
-inline bool isEntityByte(char c) { return c == '#' || (classOf(c) == kWord && static_cast<unsigned char>(c) < 0x80 && c != '_'); }
+inline bool isEntityByte(char c) {
+  return c == '#' || (classOf(c) == kWord && static_cast<unsigned char>(c) < 0x80 && c != '_');
+}
 
 // Returns the end of the entity that starts with the "&" at `at`, or 0, reading nothing at or
 // past `limit`.

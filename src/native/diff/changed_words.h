@@ -14,13 +14,16 @@ struct LineRange {
 };
 
 // The most tokens and lines, counted together, of a change block that gets marks. Past it a block
-// gets none, read no further than the bound, so that no block costs more than one at the bound:
-// at most 2048 * 2048 / 64 word steps and 1 MB of working memory. Real diffs stay far below it
-// (changed_words_bench.cc measures both).
+// gets none, read no further than the bound, so that no block costs more than one at it: at most
+// 2048 * 2048 / 64 word steps (about 0.14 ms, 70 MB/s for a block of distinct words whose blanks
+// alone reach the threshold) and about 1 MB of working memory. In real `git log -p` nearly every
+// block is far below it: none of this project's history (the largest has 3223 units, 0.4% of
+// the blocks pass 2048) and 0.2% of the blocks of the benchmarks' sample log, huge ones of
+// unrelated lines (changed_words_bench.cc measures both).
 constexpr std::size_t kChangedWordsBound = 4096;
 
-// The most bytes of a change block's lines that get marks: far more than its tokens can need,
-// it bounds the copy of a block and the reading of long tokens.
+// The most bytes of a change block's lines that get marks, past which it is past the bound too:
+// far more than its tokens can need, it bounds the copy of a block and the reading of long tokens.
 constexpr std::size_t kChangedWordsBytes = 64 * kChangedWordsBound;
 
 // Decides which words changed inside one change block of a diff: a run of removed lines followed
@@ -33,11 +36,14 @@ constexpr std::size_t kChangedWordsBytes = 64 * kChangedWordsBound;
 // tokens outside it are the changed words, marked as one range for each run of them within a line.
 // A block less alike than that, with one side empty, or past kChangedWordsBound gets no marks.
 //
-// The work is linear in the block for real text and bounded for any: token counts of both sides
-// rule out most unlike blocks at once; tokens that both sides begin or end with are matched
-// without a search; what is left goes through a bit-parallel longest common subsequence that stops
-// once the threshold is out of reach. An object is kept across blocks and calls: its memory is
-// reused, so that a block in the steady state allocates nothing.
+// The work is linear in the block for real text and bounded for any, since most blocks of a real
+// diff are unlike: tokens are found as lines are added, by a scan without branches, and their
+// counts alone rule out sides of unequal length; hashes of the tokens, counted in buckets, rule
+// out most other unlike blocks before any token is told apart from another; tokens that both
+// sides begin or end with are matched without a search; only those between them are told apart,
+// and those of them that both sides hold go through a bit-parallel longest common subsequence that
+// stops once the threshold is out of reach. An object is kept across blocks and calls: its memory
+// is reused, so that a block in the steady state allocates nothing.
 class ChangedWords {
  public:
   // The marks of one line: in order, disjoint, non-empty and within the line.
@@ -74,6 +80,9 @@ class ChangedWords {
     std::uint32_t firstToken;  // its first token's index
     std::uint32_t at;          // where its copy starts in text_
   };
+  struct Place {
+    std::uint32_t at, size;  // a token's, in text_
+  };
   // One distinct token text of the block: its first 16 bytes (zero past its end), where a longer
   // one stands, how often each side holds it, and its row of match bits.
   struct Kind {
@@ -96,9 +105,6 @@ class ChangedWords {
   std::vector<char> text_;  // the block's lines one after another, zero-padded for whole loads
   std::vector<Kind> kinds_;
   std::vector<std::uint32_t> slots_;  // open addressing: a kind's index + 1, or 0
-  struct Place {
-    std::uint32_t at, size;  // in text_
-  };
   std::vector<Place> places_;          // each token's
   std::vector<std::uint64_t> hashes_;  // each token's
   std::vector<std::uint16_t> buckets_;  // tokens of the removed side by hash, zero between blocks
