@@ -239,13 +239,15 @@ void colorDiff(const Info& info) {
     const tarnwick::TextBlock text = getTextFromV8(info.GetIsolate(), argument(info, 0), optionArgument(info, 3, "escapeHtml"));
     const bool showColorPreviews = booleanArgument(info, 1);
     const bool markAddedRemoved = booleanArgument(info, 2);
+    const bool words = optionArgument(info, 3, "words");
     tarnwick::ScriptUnits units = tarnwick::colorDiffUnits(text.data(), text.size(), text.units(), text.oneByte(),
-                                                           showColorPreviews, markAddedRemoved, kLongestString);
+                                                           showColorPreviews, markAddedRemoved, kLongestString, words);
     if (units.tooLong) return;
     if (units.made) {
       returnUnits(info, std::move(units));
     } else {
-      returnString(info, tarnwick::colorDiff(std::string(text.data(), text.size()), showColorPreviews, markAddedRemoved));
+      returnString(info, tarnwick::colorDiff(std::string(text.data(), text.size()), showColorPreviews, markAddedRemoved,
+                                             words));
     }
   });
 }

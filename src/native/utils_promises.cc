@@ -118,12 +118,15 @@ Napi::Value colorDiff(const Napi::CallbackInfo& info) {
   const bool showColorPreviews = info[1].ToBoolean();
   const bool markAddedRemoved = info[2].ToBoolean();
   const bool escapeHtml = optionArgument(info, 3, "escapeHtml");
-  return renderText(env, chars->length, [chars, showColorPreviews, markAddedRemoved, escapeHtml] {
+  const bool words = optionArgument(info, 3, "words");
+  return renderText(env, chars->length, [chars, showColorPreviews, markAddedRemoved, escapeHtml, words] {
     const tarnwick::TextBlock text = chars->read(escapeHtml);
-    tarnwick::ScriptUnits units = tarnwick::colorDiffUnits(text.data(), text.size(), text.units(), text.oneByte(),
-                                                           showColorPreviews, markAddedRemoved, tarnwick::longestString());
+    tarnwick::ScriptUnits units =
+        tarnwick::colorDiffUnits(text.data(), text.size(), text.units(), text.oneByte(), showColorPreviews,
+                                 markAddedRemoved, tarnwick::longestString(), words);
     if (units.made || units.tooLong) return units;
-    return unitsOf(tarnwick::colorDiff(std::string(text.data(), text.size()), showColorPreviews, markAddedRemoved));
+    return unitsOf(tarnwick::colorDiff(std::string(text.data(), text.size()), showColorPreviews, markAddedRemoved,
+                                       words));
   });
 }
 

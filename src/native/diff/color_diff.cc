@@ -5,13 +5,13 @@
 #include <cstring>
 
 #include "diff/color_diff_chunk.h"
+#include "diff/word_marks.h"
 
 namespace tarnwick {
 
 namespace {
 
 constexpr std::size_t kSliceLength = 10000;
-constexpr std::size_t kSwatchLimit = 150000;
 constexpr std::size_t kSmallestCut = 10;
 
 // Returns the index of the last line feed among the `size` bytes at `slice`, or `size` when
@@ -38,7 +38,7 @@ std::size_t lastLineFeed(const char* slice, std::size_t size) {
 // swatch limit applied.
 template <typename Colour>
 bool forEachChunk(const char* text, std::size_t length, bool showColorPreviews, Colour colour) {
-  if (length > kSwatchLimit) showColorPreviews = false;
+  showColorPreviews = swatchesFor(length, showColorPreviews);
   if (length <= kSliceLength) return colour(text, length, showColorPreviews);
   for (std::size_t start = 0; start <= length;) {
     const char* const slice = text + start;
@@ -51,13 +51,29 @@ bool forEachChunk(const char* text, std::size_t length, bool showColorPreviews, 
   return true;
 }
 
+// Returns the cursor over `marks`, or nothing.
+std::optional<WordMarks> cursorOf(const char* text, const std::vector<LineRange>* marks) {
+  if (marks == nullptr || marks->empty()) return std::nullopt;
+  return WordMarks{text, marks->data(), marks->data() + marks->size()};
+}
+
 }  // namespace
 
-ColorDiffSize measureColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved) {
+std::vector<LineRange> wordMarksOf(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
+                                   bool words) {
+  if (!words || !markAddedRemoved) return {};
+  thread_local ChangedWords matcher;
+  return findWordMarks(text, length, swatchesFor(length, showColorPreviews), matcher);
+}
+
+ColorDiffSize measureColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
+                               const std::vector<LineRange>* marks) {
   std::string scratch;
   ColorDiffSize size;
+  std::optional<WordMarks> cursor = cursorOf(text, marks);
   forEachChunk(text, length, showColorPreviews, [&](const char* chunk, std::size_t chunkLength, bool show) {
-    const std::size_t html = coloredChunkLength(chunk, chunkLength, show, markAddedRemoved, scratch);
+    const std::size_t html = coloredChunkLength(chunk, chunkLength, show, markAddedRemoved, scratch,
+                                                cursor ? &*cursor : nullptr);
     size.total += html;
     size.largestChunk = std::max(size.largestChunk, html);
     return true;
@@ -65,46 +81,53 @@ ColorDiffSize measureColorDiff(const char* text, std::size_t length, bool showCo
   return size;
 }
 
-char* writeColorDiff(char* out, const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved) {
+char* writeColorDiff(char* out, const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
+                     const std::vector<LineRange>* marks) {
   std::string scratch;
+  std::optional<WordMarks> cursor = cursorOf(text, marks);
   forEachChunk(text, length, showColorPreviews, [&](const char* chunk, std::size_t size, bool show) {
-    out = writeColoredChunk(out, chunk, size, show, markAddedRemoved, scratch);
+    out = writeColoredChunk(out, chunk, size, show, markAddedRemoved, scratch, cursor ? &*cursor : nullptr);
     return true;
   });
   return out;
 }
 
 bool streamColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
-                     std::size_t largestChunk, ColorDiffSink& sink) {
+                     std::size_t largestChunk, ColorDiffSink& sink, const std::vector<LineRange>* marks) {
   std::string html(largestChunk + kColorDiffSlack, '\0');
   std::string scratch;
+  std::optional<WordMarks> cursor = cursorOf(text, marks);
   return forEachChunk(text, length, showColorPreviews, [&](const char* chunk, std::size_t size, bool show) {
-    const char* const end = writeColoredChunk(&html[0], chunk, size, show, markAddedRemoved, scratch);
+    const char* const end = writeColoredChunk(&html[0], chunk, size, show, markAddedRemoved, scratch,
+                                              cursor ? &*cursor : nullptr);
     return sink.take(html.data(), static_cast<std::size_t>(end - html.data()));
   });
 }
 
 namespace {
 
-std::string writtenColorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved, std::size_t size) {
+std::string writtenColorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved, std::size_t size,
+                             const std::vector<LineRange>& marks) {
   std::string out(size + kColorDiffSlack, '\0');
-  writeColorDiff(&out[0], text.data(), text.size(), showColorPreviews, markAddedRemoved);
+  writeColorDiff(&out[0], text.data(), text.size(), showColorPreviews, markAddedRemoved, &marks);
   out.resize(size);
   return out;
 }
 
 }  // namespace
 
-std::string colorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved) {
-  const std::size_t size = measureColorDiff(text.data(), text.size(), showColorPreviews, markAddedRemoved).total;
-  return writtenColorDiff(text, showColorPreviews, markAddedRemoved, size);
+std::string colorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved, bool words) {
+  const std::vector<LineRange> marks = wordMarksOf(text.data(), text.size(), showColorPreviews, markAddedRemoved, words);
+  const std::size_t size = measureColorDiff(text.data(), text.size(), showColorPreviews, markAddedRemoved, &marks).total;
+  return writtenColorDiff(text, showColorPreviews, markAddedRemoved, size, marks);
 }
 
 std::optional<std::string> colorDiffWithin(const std::string& text, bool showColorPreviews, bool markAddedRemoved,
-                                           std::size_t textUnits, std::size_t longestUnits) {
-  const std::size_t size = measureColorDiff(text.data(), text.size(), showColorPreviews, markAddedRemoved).total;
+                                           std::size_t textUnits, std::size_t longestUnits, bool words) {
+  const std::vector<LineRange> marks = wordMarksOf(text.data(), text.size(), showColorPreviews, markAddedRemoved, words);
+  const std::size_t size = measureColorDiff(text.data(), text.size(), showColorPreviews, markAddedRemoved, &marks).total;
   if (colorDiffTooLong(size, text.size(), textUnits, longestUnits)) return std::nullopt;
-  return writtenColorDiff(text, showColorPreviews, markAddedRemoved, size);
+  return writtenColorDiff(text, showColorPreviews, markAddedRemoved, size, marks);
 }
 
 }  // namespace tarnwick

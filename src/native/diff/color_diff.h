@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "diff/color_diff_chunk.h"
 
@@ -12,7 +13,12 @@ namespace tarnwick {
 // Returns the diff view's HTML for a whole diff. Swatches are off for a text over 150000 bytes;
 // a text over 10000 bytes is coloured in chunks cut at the slice's last line feed (at index 10 or
 // more of a 10000-byte slice, else after 10000 bytes), the line feed starting the next chunk.
-std::string colorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved);
+// With `words` (and `markAddedRemoved`), the changed words of each change block are wrapped in
+// diff-changed spans (see findWordMarks); without the spans the result is the same.
+std::string colorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved, bool words = false);
+
+// Returns whether a text of `length` bytes gets swatches when asked.
+inline bool swatchesFor(std::size_t length, bool showColorPreviews) { return showColorPreviews && length <= 150000; }
 
 // Returns whether colorDiff's result of `totalBytes` (as measured) for a text of `textBytes`
 // bytes and `textUnits` UTF-16 units takes more than `longestUnits` units: its markup is ASCII
@@ -26,7 +32,7 @@ inline bool colorDiffTooLong(std::size_t totalBytes, std::size_t textBytes, std:
 // Returns colorDiff's result, or nothing (and nothing made) when it takes more than
 // `longestUnits` UTF-16 units, for a text of `textUnits` units.
 std::optional<std::string> colorDiffWithin(const std::string& text, bool showColorPreviews, bool markAddedRemoved,
-                                           std::size_t textUnits, std::size_t longestUnits);
+                                           std::size_t textUnits, std::size_t longestUnits, bool words = false);
 
 // The byte length of colorDiff's result, and of the HTML of its largest chunk.
 struct ColorDiffSize {
@@ -35,12 +41,14 @@ struct ColorDiffSize {
 };
 
 // Returns the size of colorDiff's result for `length` bytes at `text`, measured by the scans that
-// write it.
-ColorDiffSize measureColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved);
+// write it, with `marks` (byte ranges of the text, see findWordMarks) when given.
+ColorDiffSize measureColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
+                               const std::vector<LineRange>* marks = nullptr);
 
 // Writes colorDiff's result for `length` bytes at `text` to `out`, which has room for its total
 // size + kColorDiffSlack bytes, and returns the end of the result.
-char* writeColorDiff(char* out, const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved);
+char* writeColorDiff(char* out, const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
+                     const std::vector<LineRange>* marks = nullptr);
 
 // Receives colorDiff's result piece by piece, in order.
 class ColorDiffSink {
@@ -54,7 +62,12 @@ class ColorDiffSink {
 // written to a buffer of the `largestChunk` measured, so that only a chunk's worth of it is ever
 // in memory here. Returns false when the sink stopped it.
 bool streamColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
-                     std::size_t largestChunk, ColorDiffSink& sink);
+                     std::size_t largestChunk, ColorDiffSink& sink, const std::vector<LineRange>* marks = nullptr);
+
+// Returns the changed-word marks of a whole diff (see findWordMarks), none unless `words` and
+// `markAddedRemoved`, with a matcher kept per thread.
+std::vector<LineRange> wordMarksOf(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
+                                   bool words);
 
 }  // namespace tarnwick
 

@@ -34,6 +34,9 @@ constexpr Piece kNoteClose = piece("</div>\n");
 constexpr Piece kNote = piece("\\ No newline at end of file");
 constexpr Piece kSwatchOpen = piece("<span class='color-preview' style='background-color: ");
 constexpr Piece kSwatchClose = piece("'></span>");
+constexpr Piece kChangedOpen = piece("<span class='diff-changed'>");
+constexpr Piece kChangedClose = piece("</span>");
+constexpr std::size_t kChangedExtra = kChangedOpen.size + kChangedClose.size;
 
 inline bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
@@ -159,6 +162,26 @@ class BytePositions {
   std::uint64_t bits_ = 0;
 };
 
+// Writes the content [from, to) of an added or removed line, with the marks that lie in it (none
+// when `marks` is null) wrapped in diff-changed spans.
+template <typename Out>
+__attribute__((always_inline)) inline void content(Out& out, const char* from, const char* to, const char* end,
+                                                   WordMarks* marks) {
+  if (marks != nullptr) {
+    for (; marks->next != marks->end && marks->base + marks->next->begin < to; ++marks->next) {
+      if (marks->base + marks->next->begin < from) continue;  // never, while chunks come in order
+      const char* const begin = marks->base + marks->next->begin;
+      const char* const stop = marks->base + marks->next->end;
+      out.bytes(from, static_cast<std::size_t>(begin - from), end);
+      out.put(kChangedOpen);
+      out.bytes(begin, static_cast<std::size_t>(stop - begin), end);
+      out.put(kChangedClose);
+      from = stop;
+    }
+  }
+  out.bytes(from, static_cast<std::size_t>(to - from), end);
+}
+
 // Returns whether [p, contentEnd) holds the missing-newline note.
 bool holdsNote(const char* p, const char* contentEnd) {
   while (contentEnd - p >= static_cast<std::ptrdiff_t>(kNote.size)) {
@@ -177,7 +200,7 @@ bool holdsNote(const char* p, const char* contentEnd) {
 // Takes and returns the writer by value, so that it stays in registers (see markLines).
 template <typename Out>
 Out markRareLine(Out out, const char* p, const char* contentEnd, const char* lineEnd, const char* end,
-                 bool markAddedRemoved, bool backslash) {
+                 bool markAddedRemoved, bool backslash, WordMarks* marks) {
   const bool header = contentEnd - p >= 2 && p[0] == '@' && p[1] == '@';
   const bool added = markAddedRemoved && p < contentEnd && p[0] == '+';
   const bool removed = markAddedRemoved && p < contentEnd && p[0] == '-';
@@ -186,7 +209,7 @@ Out markRareLine(Out out, const char* p, const char* contentEnd, const char* lin
   if (note) out.put(kNoteOpen);
   if (added || removed) {
     out.open(added ? 1 : 2);
-    out.bytes(p + 1, static_cast<std::size_t>(contentEnd - p - 1), end);
+    content(out, p + 1, contentEnd, end, marks);
     out.close(added ? 1 : 2);
   } else if (header) {
     out.put(kBreakOpen);
@@ -210,7 +233,7 @@ Out markRareLine(Out out, const char* p, const char* contentEnd, const char* lin
 // The writer is worked on as a local copy, whose position the compiler keeps in a register: the
 // caller's could be changed by any byte store, and would be reloaded after each.
 template <typename Out>
-void markLines(Out& caller, const char* p, const char* const end, bool markAddedRemoved) {
+void markLines(Out& caller, const char* p, const char* const end, bool markAddedRemoved, WordMarks* words) {
   Out out = caller;
   std::uint64_t map[kBitmapWords];
   BytePositions marks(p, end, '\n', '\r', '\\', map);
@@ -231,13 +254,13 @@ void markLines(Out& caller, const char* p, const char* const end, bool markAdded
     const char first = p < contentEnd ? *p : '\0';
     if (backslash || first == '@') {
       out.bytes(copied, static_cast<std::size_t>(p - copied), end);
-      out = markRareLine(out, p, contentEnd, lineEnd, end, markAddedRemoved, backslash);
+      out = markRareLine(out, p, contentEnd, lineEnd, end, markAddedRemoved, backslash, words);
       copied = lineEnd;
     } else if (markAddedRemoved && (first == '+' || first == '-')) {
       const std::size_t kind = first == '+' ? 1 : 2;
       out.bytes(copied, static_cast<std::size_t>(p - copied), end);
       out.open(kind);
-      out.bytes(p + 1, static_cast<std::size_t>(contentEnd - p - 1), end);
+      content(out, p + 1, contentEnd, end, words);
       out.close(kind);
       copied = contentEnd;
     }
@@ -298,7 +321,7 @@ std::size_t measureLines(const char* const begin, const char* const end, bool ma
         const char* const lineEnd = feed ? static_cast<const char*>(feed) : end;
         const void* cr = std::memchr(p, '\r', static_cast<std::size_t>(lineEnd - p));
         const char* const contentEnd = cr ? static_cast<const char*>(cr) : lineEnd;
-        const Measure line = markRareLine(Measure(), p, contentEnd, lineEnd, end, markAddedRemoved, true);
+        const Measure line = markRareLine(Measure(), p, contentEnd, lineEnd, end, markAddedRemoved, true, nullptr);
         total += line.size - static_cast<std::size_t>(lineEnd - p) - extra(p);
       }
       if (starts != 0) lineStart = base + 63 - __builtin_clzll(starts);
@@ -383,43 +406,57 @@ void addSwatches(Out& caller, const char* const begin, const char* const end) {
   caller = out;
 }
 
-// Colours one chunk into `out`. With swatches, the line markup goes to `scratch` first, since the
-// colour passes run over it.
-void colorLines(Measure& out, const char* begin, const char* end, bool markAddedRemoved) {
-  out.size += measureLines(begin, end, markAddedRemoved);
+// Returns the bytes that the marks before `end` add, the next of `marks` first.
+std::size_t markedLength(const char* end, const WordMarks* marks) {
+  if (marks == nullptr) return 0;
+  const LineRange* last = marks->next;
+  while (last != marks->end && marks->base + last->begin < end) ++last;
+  return kChangedExtra * static_cast<std::size_t>(last - marks->next);
 }
-void colorLines(Write& out, const char* begin, const char* end, bool markAddedRemoved) {
-  markLines(out, begin, end, markAddedRemoved);
+
+// Colours one chunk into `out`, moving `marks` past those it holds. With swatches, the line markup
+// goes to `scratch` first, since the colour passes run over it.
+void colorLines(Measure& out, const char* begin, const char* end, bool markAddedRemoved, WordMarks* marks) {
+  const std::size_t marked = markedLength(end, marks);
+  out.size += measureLines(begin, end, markAddedRemoved) + marked;
+  if (marks != nullptr) marks->next += marked / kChangedExtra;
+}
+void colorLines(Write& out, const char* begin, const char* end, bool markAddedRemoved, WordMarks* marks) {
+  markLines(out, begin, end, markAddedRemoved, marks);
 }
 
 template <typename Out>
 void colorChunk(Out& out, const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
-                std::string& scratch) {
+                std::string& scratch, WordMarks* marks) {
   if (!showColorPreviews) {
-    colorLines(out, data, data + size, markAddedRemoved);
+    colorLines(out, data, data + size, markAddedRemoved, marks);
     return;
   }
-  const std::size_t marked = measureLines(data, data + size, markAddedRemoved);
+  const std::size_t marked = measureLines(data, data + size, markAddedRemoved) + markedLength(data + size, marks);
   scratch.resize(marked + kColorDiffSlack);
   Write lines{&scratch[0]};
-  markLines(lines, data, data + size, markAddedRemoved);
+  markLines(lines, data, data + size, markAddedRemoved, marks);
   addSwatches(out, scratch.data(), scratch.data() + marked);
 }
 
 }  // namespace
 
 std::size_t coloredChunkLength(const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
-                               std::string& scratch) {
+                               std::string& scratch, WordMarks* marks) {
   Measure out;
-  colorChunk(out, data, size, showColorPreviews, markAddedRemoved, scratch);
+  colorChunk(out, data, size, showColorPreviews, markAddedRemoved, scratch, marks);
   return out.size;
 }
 
 char* writeColoredChunk(char* out, const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
-                        std::string& scratch) {
+                        std::string& scratch, WordMarks* marks) {
   Write writer{out};
-  colorChunk(writer, data, size, showColorPreviews, markAddedRemoved, scratch);
+  colorChunk(writer, data, size, showColorPreviews, markAddedRemoved, scratch, marks);
   return writer.at;
+}
+
+std::size_t colorCodeLength(const char* p, const char* end) {
+  return *p == '#' ? hexLength(p, end) : *p == 'r' ? rgbLength(p, end) : 0;
 }
 
 std::string colorDiffChunk(std::string text, bool showColorPreviews, bool markAddedRemoved) {

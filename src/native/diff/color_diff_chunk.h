@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <string>
 
+#include "diff/changed_words.h"
+
 namespace tarnwick {
 
 // The room past the end of a result that the writers below need: they store whole blocks that may
@@ -16,15 +18,29 @@ constexpr std::size_t kColorDiffSlack = 64;
 // of `text` or the byte after a line feed; nothing is escaped.
 std::string colorDiffChunk(std::string text, bool showColorPreviews, bool markAddedRemoved);
 
-// Returns the byte length of colorDiffChunk's result for `size` bytes at `data`. `scratch` is
-// working space the caller may reuse across calls; its content is unspecified.
+// The changed words to mark as the chunks of a text are coloured in order (see findWordMarks):
+// byte ranges of the text at `base`, in order and each within an added or removed line's
+// content; `next` moves past those of each chunk written.
+struct WordMarks {
+  const char* base;
+  const LineRange* next;
+  const LineRange* end;
+};
+
+// Returns the byte length of colorDiffChunk's result for `size` bytes at `data`, each range of
+// `marks` (when given) in it wrapped in a diff-changed span, and moves `marks` past them.
+// `scratch` is working space the caller may reuse across calls; its content is unspecified.
 std::size_t coloredChunkLength(const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
-                               std::string& scratch);
+                               std::string& scratch, WordMarks* marks = nullptr);
 
 // Writes colorDiffChunk's result for `size` bytes at `data` to `out`, which has room for
 // coloredChunkLength + kColorDiffSlack bytes, and returns the end of the result.
 char* writeColoredChunk(char* out, const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
-                        std::string& scratch);
+                        std::string& scratch, WordMarks* marks = nullptr);
+
+// Returns the length of the colour code (hexadecimal or functional) that starts at `p`, as the
+// swatch passes read it, or 0; reads nothing at or past `end`.
+std::size_t colorCodeLength(const char* p, const char* end);
 
 }  // namespace tarnwick
 

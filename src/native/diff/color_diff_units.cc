@@ -24,20 +24,21 @@ class DecodingSink final : public ColorDiffSink {
 
 template <typename Unit>
 std::ptrdiff_t decodeInto(PageBlock& block, const char* text, std::size_t length, bool showColorPreviews,
-                          bool markAddedRemoved, std::size_t largestChunk) {
+                          bool markAddedRemoved, std::size_t largestChunk, const std::vector<LineRange>& marks) {
   DecodingSink<Unit> sink(reinterpret_cast<Unit*>(block.data()));
-  if (!streamColorDiff(text, length, showColorPreviews, markAddedRemoved, largestChunk, sink)) return -1;
+  if (!streamColorDiff(text, length, showColorPreviews, markAddedRemoved, largestChunk, sink, &marks)) return -1;
   return sink.finish();
 }
 
 }  // namespace
 
 ScriptUnits colorDiffUnits(const char* text, std::size_t length, std::size_t textUnits, bool oneByteText,
-                              bool showColorPreviews, bool markAddedRemoved, std::size_t longestUnits) {
+                           bool showColorPreviews, bool markAddedRemoved, std::size_t longestUnits, bool words) {
   ScriptUnits result;
   // The markup holds no zero byte, so the result has one exactly when the text has.
   if (length > 0 && std::memchr(text, 0, length) != nullptr) return result;
-  const ColorDiffSize size = measureColorDiff(text, length, showColorPreviews, markAddedRemoved);
+  const std::vector<LineRange> marks = wordMarksOf(text, length, showColorPreviews, markAddedRemoved, words);
+  const ColorDiffSize size = measureColorDiff(text, length, showColorPreviews, markAddedRemoved, &marks);
   if (colorDiffTooLong(size.total, length, textUnits, longestUnits)) {
     result.tooLong = true;
     return result;
@@ -45,7 +46,7 @@ ScriptUnits colorDiffUnits(const char* text, std::size_t length, std::size_t tex
   result.twoByte = !oneByteText;
   if (oneByteText && asciiPrefixLength(text, length) == length) {
     result.block = PageBlock::acquire(size.total + kColorDiffSlack);
-    writeColorDiff(result.block.data(), text, length, showColorPreviews, markAddedRemoved);
+    writeColorDiff(result.block.data(), text, length, showColorPreviews, markAddedRemoved, &marks);
     result.length = size.total;
     result.made = true;
     return result;
@@ -54,9 +55,9 @@ ScriptUnits colorDiffUnits(const char* text, std::size_t length, std::size_t tex
   result.block = PageBlock::acquire(oneByteText ? size.total : 2 * size.total);
   const std::ptrdiff_t units =
       oneByteText ? decodeInto<std::uint8_t>(result.block, text, length, showColorPreviews, markAddedRemoved,
-                                             size.largestChunk)
+                                             size.largestChunk, marks)
                   : decodeInto<std::uint16_t>(result.block, text, length, showColorPreviews, markAddedRemoved,
-                                              size.largestChunk);
+                                              size.largestChunk, marks);
   if (units < 0) return ScriptUnits();
   result.length = static_cast<std::size_t>(units);
   result.made = true;

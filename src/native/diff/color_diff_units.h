@@ -13,9 +13,10 @@ namespace tarnwick {
 // measured first and then written once: straight into its block when the text is ASCII, else
 // chunk by chunk through a small buffer that is decoded into the block; one of more than
 // `longestUnits` characters is not made at all (tooLong). Not made either when the result holds
-// a zero byte or bytes that are not UTF-8: the caller then takes colorDiff's bytes instead.
+// a zero byte or bytes that are not UTF-8: the caller then takes colorDiff's bytes instead. With
+// `words`, changed words are marked as colorDiff marks them.
 ScriptUnits colorDiffUnits(const char* text, std::size_t length, std::size_t textUnits, bool oneByteText,
-                           bool showColorPreviews, bool markAddedRemoved, std::size_t longestUnits);
+                           bool showColorPreviews, bool markAddedRemoved, std::size_t longestUnits, bool words = false);
 
 }  // namespace tarnwick
 
