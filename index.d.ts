@@ -10,6 +10,13 @@ export interface ColorDiffOptions {
    * inserted as it stands.
    */
   escapeHtml?: boolean;
+  /**
+   * With markAddedRemoved, marks the words that changed inside each change block of a hunk (removed
+   * lines followed directly by added lines, at least half of their tokens shared): each run of
+   * changed tokens of a line in `<span class='diff-changed'>`...`</span>`, inside the line's markup.
+   * Removing those spans gives exactly the view without the option.
+   */
+  words?: boolean;
 }
 
 /** Colours a unified diff as HTML: added/removed lines, hunk headers with action links, colour swatches. */

@@ -11,6 +11,10 @@ const promises = require('../promises');
 const { gitLogSamples } = require('./git_log_sample');
 const js = require('./color_diff_js');
 
+// diff2html, the JavaScript library a client would otherwise take for a word-marked view; the
+// benchmark alone uses it, from the folder scripts/bench.js installs it into, outside the package.
+const diff2html = process.env.UTILS_BENCH_DIFF2HTML ? require(process.env.UTILS_BENCH_DIFF2HTML) : null;
+
 const other = process.env.UTILS_BENCH_OTHER
   ? { sync: require(process.env.UTILS_BENCH_OTHER), promises: require(`${process.env.UTILS_BENCH_OTHER}/promises`) }
   : null;
@@ -46,11 +50,16 @@ async function main() {
       'cd (native, with conversion)': () => utils.cd(diff, true, true),
       'JavaScript regex passes': () => js.colorDiff(diff, true, true),
       'cd, { escapeHtml: true }': () => utils.cd(diff, true, true, { escapeHtml: true }),
+      'cd, { escapeHtml, words }': () => utils.cd(diff, true, true, { escapeHtml: true, words: true }),
       'JavaScript escape, then cd': () => utils.cd(escape(diff), true, true),
       'promise face cd': () => promises.cd(diff, true, true),
       'smc (string round trip)': () => utils.smc(plain),
       'promise face smc': () => promises.smc(plain),
     };
+    // At 2 MB only: diff2html takes seconds a call at 20 MB.
+    if (diff2html && bytes < 4 * MB) {
+      calls['diff2html, word-style HTML'] = () => diff2html.html(diff, { diffStyle: 'word', matching: 'words', drawFileList: false });
+    }
     if (other) {
       calls['other build: cd'] = () => other.sync.cd(diff, true, true);
       calls['other build: promise face cd'] = () => other.promises.cd(diff, true, true);
@@ -78,7 +87,9 @@ async function main() {
     process.stdout.write(`  cd is ${ratio('JavaScript regex passes', 'cd (native, with conversion)')}x the speed of the JavaScript passes; `
       + `escaped cd is ${ratio('JavaScript escape, then cd', 'cd, { escapeHtml: true }')}x the speed of escaping in JavaScript first, `
       + `${ratio('cd, { escapeHtml: true }', 'cd (native, with conversion)')}x plain cd; promise face / synchronous: `
-      + `cd ${ratio('promise face cd', 'cd (native, with conversion)')}, smc ${ratio('promise face smc', 'smc (string round trip)')}\n`);
+      + `cd ${ratio('promise face cd', 'cd (native, with conversion)')}, smc ${ratio('promise face smc', 'smc (string round trip)')}; `
+      + `changed words cost ${ratio('cd, { escapeHtml, words }', 'cd, { escapeHtml: true }')}x escaped cd`
+      + `${times['diff2html, word-style HTML'] ? `; diff2html's word-style HTML takes ${ratio('diff2html, word-style HTML', 'cd, { escapeHtml, words }')}x as long` : ''}\n`);
   }
 }
 

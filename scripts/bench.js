@@ -16,6 +16,14 @@ run(path.join(buildDir, 'utils_bench'), process.argv.slice(2));
 if (!fs.existsSync(path.join(root, 'build', 'Release', 'utils.node'))) {
   run(process.execPath, [path.join(root, 'scripts', 'build-addon.js')]);
 }
+// diff2html for the word-marked view's comparison, installed once outside the checkout (it is no
+// dependency of the package); without the registry the comparison is left out.
+const benchCache = process.env.UTILS_BENCH_CACHE || path.join(require('os').homedir(), '.cache', 'tarnwick-bench');
+const diff2html = path.join(benchCache, 'node_modules', 'diff2html');
+if (!fs.existsSync(diff2html)) {
+  require('child_process').spawnSync('npm', ['install', '--no-audit', '--no-fund', '--prefix', benchCache, 'diff2html@3'], { stdio: 'ignore' });
+}
+if (fs.existsSync(diff2html)) process.env.UTILS_BENCH_DIFF2HTML = diff2html;
 const benchDir = path.join(root, 'bench');
 for (const file of fs.readdirSync(benchDir).filter((name) => name.endsWith('.bench.js')).sort()) {
   process.stdout.write(`\n== ${file}\n`);

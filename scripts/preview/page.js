@@ -51,15 +51,16 @@ function buildPreview({ repo, file, outDir = path.join(root, 'preview'), name = 
   const inputs = readInputs(top, file, conflictBranch, repo || process.cwd());
   const counts = {};
 
-  // The diff is text: the add-on escapes it as it reads it.
+  // The diff is text: the add-on escapes it as it reads it, and marks the words that changed.
   const diff = section('diff', 'Diff colouring', 'cd', utils, inputs.diff.source, () => {
     if (!inputs.diff.text) return "<p class='empty'>no diff to show</p>";
-    const html = utils.cd(inputs.diff.text, true, true, { escapeHtml: true });
+    const html = utils.cd(inputs.diff.text, true, true, { escapeHtml: true, words: true });
     Object.assign(counts, {
       added: count(html, "<div class='diff-added'>"),
       removed: count(html, "<div class='diff-removed'>"),
       breaks: count(html, "<div class='diff-break'>"),
       swatches: count(html, "<span class='color-preview'"),
+      changedWords: count(html, "<span class='diff-changed'>"),
     });
     return `<div class='diff'>${html}</div>`;
   });
