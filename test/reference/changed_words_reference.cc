@@ -14,10 +14,8 @@ int classOf(unsigned char c) {
 }
 
 std::vector<std::string> linesOf(const std::string& text) {
-  std::vector<std::string> lines;
-  for (std::size_t at = 0, end = 0; end != std::string::npos; at = end + 1) {
-    lines.push_back(text.substr(at, (end = text.find('\n', at)) - at));
-  }
+  std::vector<std::string> lines(1);
+  for (char c : text) c == '\n' ? static_cast<void>(lines.emplace_back()) : lines.back().push_back(c);
   return lines;
 }
 
