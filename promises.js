@@ -9,7 +9,7 @@
 const fs = require('fs');
 const { promisify } = require('util');
 const { constants } = require('buffer');
-const native = require('./build/Release/utils_promises.node');
+const native = require('./lib/load-native').loadNative('utils_promises');
 const { runGit, readRunOptions } = require('./lib/git-run');
 const { gitFailed, invalidArgValue, unsafeRepository } = require('./lib/errors');
 

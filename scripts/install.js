@@ -1,0 +1,78 @@
+'use strict';
+// npm's install script. Keeps the prebuilt binaries when both faces load from them under this
+// Node.js; builds from source (scripts/build-addon.js) when they do not, when asked to
+// (npm_config_build_from_source=true, which `npm rebuild --build-from-source` sets), when npm
+// names another host to build for (npm_config_runtime, npm_config_target or npm_config_nodedir of
+// another Node.js), or in a git checkout (a contributor's `npm install`). Prints one line saying
+// which. Written for the oldest host (Node 10.11).
+const fs = require('fs');
+const path = require('path');
+const { spawnSync } = require('child_process');
+const { currentHost, describeHost } = require('../lib/load-native');
+
+const root = path.join(__dirname, '..');
+const FACES = ['utils', 'utils_promises'];
+
+// Returns the version of the Node.js whose headers are in `dir`, or null.
+function headersVersion(dir) {
+  try {
+    const header = fs.readFileSync(path.join(dir, 'include', 'node', 'node_version.h'), 'utf8');
+    const part = (name) => (new RegExp(`#define NODE_${name}_VERSION (\\d+)`).exec(header) || [])[1];
+    return [part('MAJOR'), part('MINOR'), part('PATCH')].join('.');
+  } catch (error) {
+    return null;
+  }
+}
+
+// Returns why this install builds from source whatever the prebuilt binaries do, or null.
+function sourceBuildAsked() {
+  const env = process.env;
+  const asked = env.npm_config_build_from_source;
+  if (asked === 'true' || asked === 'tarnwick-native-utils') return 'asked by npm_config_build_from_source';
+  if (env.npm_config_runtime && env.npm_config_runtime !== 'node') return `for the host npm names: npm_config_runtime=${env.npm_config_runtime}`;
+  if (env.npm_config_target && env.npm_config_target.replace(/^v/, '') !== process.versions.node) {
+    return `for the host npm names: npm_config_target=${env.npm_config_target}`;
+  }
+  if (env.npm_config_nodedir) {
+    const version = headersVersion(env.npm_config_nodedir);
+    if (version !== process.versions.node) return `for the Node.js ${version || '?'} whose headers npm_config_nodedir names`;
+  }
+  if (fs.existsSync(path.join(root, '.git'))) return 'a git checkout';
+  return null;
+}
+
+// Returns null when both faces load from their prebuilt binaries (in a child process, so that a
+// binary that crashes on load cannot take the install with it), else the loader's one line.
+function prebuiltFailure() {
+  const check = `const load = require(${JSON.stringify(path.join(root, 'lib', 'load-native.js'))});
+    const host = load.currentHost();
+    ${JSON.stringify(FACES)}.forEach((face) => load.loadPrebuilt(face, host));`;
+  const child = spawnSync(process.execPath, ['-e', check], { encoding: 'utf8' });
+  if (child.status === 0) return null;
+  const lines = `${child.stderr || ''}`.split('\n');
+  return lines.find((line) => /tarnwick-native-utils: /.test(line)) || lines.find((line) => line.trim() !== '')
+    || `the check ended with status ${child.status}`;
+}
+
+function buildFromSource(reason) {
+  const build = spawnSync(process.execPath, [path.join(__dirname, 'build-addon.js')],
+    { stdio: ['ignore', 'pipe', 'inherit'], encoding: 'utf8' });
+  if (build.status !== 0) process.exit(build.status || 1);
+  const built = `${build.stdout || ''}`.trim().replace(/^utils: /, '');
+  process.stdout.write(`tarnwick-native-utils: built from source (${reason}): ${built}\n`);
+}
+
+const asked = sourceBuildAsked();
+const failure = asked ? null : prebuiltFailure();
+if (asked) {
+  buildFromSource(asked);
+} else if (failure) {
+  buildFromSource(`no prebuilt binary loads: ${failure.replace(/^tarnwick-native-utils: /, '').replace(/; build .*$/, '')}`);
+} else {
+  // A source build from an earlier install would be loaded before them.
+  FACES.forEach((face) => {
+    const stale = path.join(root, 'build', 'Release', `${face}.node`);
+    if (fs.existsSync(stale)) fs.unlinkSync(stale);
+  });
+  process.stdout.write(`tarnwick-native-utils: using the prebuilt binaries for ${describeHost(currentHost())}; nothing built\n`);
+}
