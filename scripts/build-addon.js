@@ -47,10 +47,13 @@ function hasCompiler() {
 function otherHostArguments() {
   const { npm_config_runtime: runtime, npm_config_target: target, npm_config_disturl: distUrl } = process.env;
   if (runtime === 'electron') {
-    if (!target || !distUrl) {
-      fail('npm_config_runtime=electron also needs npm_config_target (the Electron version) and npm_config_disturl (where its headers are); or run npx @electron/rebuild');
+    // Offline, Electron's headers unpacked in a folder that npm_config_nodedir names.
+    const nodeDir = process.env.npm_config_nodedir;
+    const headers = !distUrl && nodeDir && fs.existsSync(path.join(nodeDir, 'include', 'node', 'node.h')) ? nodeDir : null;
+    if (!target || (!distUrl && !headers)) {
+      fail('npm_config_runtime=electron also needs npm_config_target (the Electron version) and npm_config_disturl (where its headers are) or, offline, npm_config_nodedir (a folder holding its include/node); or run npx @electron/rebuild');
     }
-    return [`--runtime=electron`, `--target=${target}`, `--dist-url=${distUrl}`];
+    return [`--runtime=electron`, `--target=${target}`, headers ? `--nodedir=${headers}` : `--dist-url=${distUrl}`];
   }
   if (runtime && runtime !== 'node') fail(`npm_config_runtime=${runtime} is not a host this add-on builds for (node or electron)`);
   if (target && target.replace(/^v/, '') !== process.versions.node) {

@@ -1,10 +1,12 @@
 'use strict';
-// Which prebuilt binary the loader takes for a host, and its one line when there is none.
+// Which prebuilt binary the loader takes for a host, its one line when there is none, and the
+// offline source build for Electron.
 const test = require('node:test');
 const assert = require('node:assert');
 const fs = require('fs');
 const os = require('os');
 const path = require('path');
+const { spawnSync } = require('child_process');
 const { loadPrebuilt, currentHost } = require('../../lib/load-native');
 
 // A package folder whose prebuilt binaries for linux-x64 are `files`, each holding no binary, so
@@ -32,4 +34,18 @@ test('a host with no binary of its own gets one line naming it, its module ABI a
   assert.throws(() => loadPrebuilt('utils', host), {
     message: `tarnwick-native-utils: no prebuilt utils.node for Node.js ${process.versions.node} (module ABI 999, ${process.platform}-${process.arch}${host.libc ? `, ${host.libc}` : ''}); build utils.node for it with: npm rebuild tarnwick-native-utils --build-from-source`,
   });
+});
+
+test('offline, npm\'s Electron settings with npm_config_nodedir build against the headers there, with no address to fetch from', () => {
+  const dir = packageWith([]);
+  fs.mkdirSync(path.join(dir, 'include', 'node'), { recursive: true });
+  fs.writeFileSync(path.join(dir, 'include', 'node', 'node.h'), '');
+  fs.writeFileSync(path.join(dir, 'node-gyp.js'), `require('fs').writeFileSync(${JSON.stringify(path.join(dir, 'seen'))}, JSON.stringify(process.argv.slice(2)));`);
+  const env = Object.fromEntries(Object.entries(process.env).filter(([key]) => !/^npm_config_/.test(key)));
+  const run = spawnSync(process.execPath, [path.join(__dirname, '..', '..', 'scripts', 'build-addon.js')], {
+    env: { ...env, npm_config_node_gyp: path.join(dir, 'node-gyp.js'), npm_config_runtime: 'electron', npm_config_target: '30.1.0', npm_config_nodedir: dir },
+    encoding: 'utf8',
+  });
+  assert.strictEqual(run.status, 0, run.stderr);
+  assert.deepStrictEqual(JSON.parse(fs.readFileSync(path.join(dir, 'seen'), 'utf8')), ['rebuild', '--runtime=electron', '--target=30.1.0', `--nodedir=${dir}`, '--jobs=max']);
 });
