@@ -1,9 +1,11 @@
 'use strict';
 // npm's install script. Keeps the prebuilt binaries when both faces load from them under this
 // Node.js; builds from source (scripts/build-addon.js) when they do not, when asked to
-// (npm_config_build_from_source=true, which `npm rebuild --build-from-source` sets), when npm
-// names another host to build for (npm_config_runtime, npm_config_target or npm_config_nodedir of
-// another Node.js), or in a git checkout (a contributor's `npm install`). Prints one line saying
+// (npm_config_build_from_source=true, which `npm rebuild --build-from-source` sets), for an
+// Electron host (npm_config_runtime=electron, which has no prebuilt synchronous face), or in a
+// git checkout (a contributor's `npm install`). A Node.js that npm_config_target or
+// npm_config_nodedir names does not count: its prebuilt binary is chosen when it runs, and a
+// global nodedir would otherwise send every other Node.js to a compiler. Prints one line saying
 // which. Written for the oldest host (Node 10.11).
 const fs = require('fs');
 const path = require('path');
@@ -13,30 +15,12 @@ const { currentHost, describeHost } = require('../lib/load-native');
 const root = path.join(__dirname, '..');
 const FACES = ['utils', 'utils_promises'];
 
-// Returns the version of the Node.js whose headers are in `dir`, or null.
-function headersVersion(dir) {
-  try {
-    const header = fs.readFileSync(path.join(dir, 'include', 'node', 'node_version.h'), 'utf8');
-    const part = (name) => (new RegExp(`#define NODE_${name}_VERSION (\\d+)`).exec(header) || [])[1];
-    return [part('MAJOR'), part('MINOR'), part('PATCH')].join('.');
-  } catch (error) {
-    return null;
-  }
-}
-
 // Returns why this install builds from source whatever the prebuilt binaries do, or null.
 function sourceBuildAsked() {
   const env = process.env;
   const asked = env.npm_config_build_from_source;
   if (asked === 'true' || asked === 'tarnwick-native-utils') return 'asked by npm_config_build_from_source';
   if (env.npm_config_runtime && env.npm_config_runtime !== 'node') return `for the host npm names: npm_config_runtime=${env.npm_config_runtime}`;
-  if (env.npm_config_target && env.npm_config_target.replace(/^v/, '') !== process.versions.node) {
-    return `for the host npm names: npm_config_target=${env.npm_config_target}`;
-  }
-  if (env.npm_config_nodedir) {
-    const version = headersVersion(env.npm_config_nodedir);
-    if (version !== process.versions.node) return `for the Node.js ${version || '?'} whose headers npm_config_nodedir names`;
-  }
   if (fs.existsSync(path.join(root, '.git'))) return 'a git checkout';
   return null;
 }
