@@ -53,10 +53,10 @@ if (asked) {
 } else if (failure) {
   buildFromSource(`no prebuilt binary loads: ${failure.replace(/^tarnwick-native-utils: /, '').replace(/; build .*$/, '')}`);
 } else {
-  // A source build from an earlier install would be loaded before them.
-  FACES.forEach((face) => {
-    const stale = path.join(root, 'build', 'Release', `${face}.node`);
-    if (fs.existsSync(stale)) fs.unlinkSync(stale);
-  });
-  process.stdout.write(`tarnwick-native-utils: using the prebuilt binaries for ${describeHost(currentHost())}; nothing built\n`);
+  // A source build of an earlier install (for Electron, say) stays, and is loaded before them.
+  const earlier = FACES.some((face) => fs.existsSync(path.join(root, 'build', 'Release', `${face}.node`)));
+  const host = describeHost(currentHost());
+  process.stdout.write(earlier
+    ? `tarnwick-native-utils: keeping the earlier source build in build/Release, which is loaded before the prebuilt binaries for ${host} (delete that folder to use them)\n`
+    : `tarnwick-native-utils: using the prebuilt binaries for ${host}; nothing built\n`);
 }
