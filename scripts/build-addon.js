@@ -1,10 +1,12 @@
 'use strict';
 // Builds build/Release/utils.node (the synchronous add-on) and build/Release/utils_promises.node
 // (the promise face, when node-addon-api is installed) in one node-gyp run, against the headers
-// of the Node.js that runs this script, so the build never downloads headers. When npm passes the settings of another host
-// (npm_config_runtime=electron with npm_config_target and npm_config_disturl, as an Electron
-// application's .npmrc sets them), those reach node-gyp instead, which then builds against that
-// host's headers from that address. Any failure ends in one line that says what is missing.
+// of the Node.js that runs this script, so the build never downloads headers. When npm passes the
+// settings of another host (npm_config_runtime=electron with npm_config_target and
+// npm_config_disturl, as an Electron application's .npmrc sets them), those reach node-gyp
+// instead, which then builds against that host's headers from that address, or offline from the
+// folder npm_config_nodedir names. Any failure ends in one line that says what is missing. Also
+// the module that finds node-gyp for scripts/prebuilds.js.
 const fs = require('fs');
 const path = require('path');
 const { spawnSync } = require('child_process');

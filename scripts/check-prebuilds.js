@@ -84,7 +84,8 @@ function host(node, prefix, name) {
   return { name, run: (args, options) => (prefix ? run(prefix[0], [...prefix[1], node, ...args], options) : run(node, args, options)) };
 }
 
-// Returns what the loader of package `pkg` asks for on `node`, and the flags host-probe.js needs there.
+// Returns what the loader of package `pkg` asks for on `node`, and the flags host-probe.js needs
+// there.
 function ask(node, pkg) {
   const script = `const load = require(${JSON.stringify(path.join(pkg, 'lib', 'load-native.js'))});
     const host = load.currentHost();
@@ -202,7 +203,8 @@ function checkRefusals(pkg) {
   }
 }
 
-// Failing stand-ins for every compiler, make and Python; returns the environment that puts them first.
+// Failing stand-ins for every compiler, make and Python; returns the environment that puts them
+// first.
 function standIns() {
   const dir = path.join(work, 'stand-ins');
   fs.mkdirSync(dir);
@@ -212,7 +214,8 @@ function standIns() {
   return cleanEnv({ PATH: `${dir}:${process.env.PATH}`, CC: path.join(dir, 'cc'), CXX: path.join(dir, 'c++') });
 }
 
-// Installs the tarball with `npm` (and `args`) into a new project; returns its folder and the time taken.
+// Installs the tarball with `npm` (and `args`) into a new project; returns its folder, the time
+// taken and npm's output.
 function install(name, env, args, npm = ['npm']) {
   const project = path.join(work, name);
   fs.mkdirSync(project);
@@ -316,12 +319,14 @@ function checkInstalls() {
   const bare = install('consumer-ignore-scripts', env, ['--ignore-scripts']);
   compare(probe(consumerNodes[1], [], bare.pkg), 'the install with --ignore-scripts');
 
-  const built = install('consumer-from-source', cleanEnv({ npm_config_build_from_source: 'true' }), [`node-addon-api@${require('../package.json').devDependencies['node-addon-api']}`]);
+  const addonApi = `node-addon-api@${require('../package.json').devDependencies['node-addon-api']}`;
+  const built = install('consumer-from-source', cleanEnv({ npm_config_build_from_source: 'true' }), [addonApi]);
   if (!/^tarnwick-native-utils: built from source \(asked by npm_config_build_from_source\): built build\/Release\/utils\.node and utils_promises\.node/m.test(built.output)) {
     problem(`the install asked to build from source does not say it built both faces:\n${built.output}`);
   }
   compare(probe(consumerNodes[1], [], built.pkg), 'the install built from source');
-  process.stdout.write(`check-prebuilds: install with prebuilt binaries ${prebuilt.seconds.toFixed(1)} s, built from source ${built.seconds.toFixed(1)} s; tarball ${(fs.statSync(tarball).size / 1e6).toFixed(2)} MB\n`);
+  const megabytes = (fs.statSync(tarball).size / 1e6).toFixed(2);
+  process.stdout.write(`check-prebuilds: install with prebuilt binaries ${prebuilt.seconds.toFixed(1)} s, built from source ${built.seconds.toFixed(1)} s; tarball ${megabytes} MB\n`);
 }
 
 if (!tarball || !fs.existsSync(tarball)) fail('usage: check-prebuilds.js TARBALL (made by npm run prebuilds && npm pack)');

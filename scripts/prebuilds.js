@@ -24,7 +24,8 @@ const HOSTS = {
     '19.0.0', '20.0.0', '21.0.0', '22.0.0', '23.0.0', '24.0.0', '25.0.0', '26.0.0'],
   arm64: ['10.18.1', '14.12.0', '16.0.0', '18.0.0', '19.0.1', '20.0.0', '22.0.0', '23.4.0', '24.20.0', '26.2.0'],
 };
-// The headers the core and the Node-API face are built against (any release with Node-API 3 would do).
+// The headers the core and the Node-API face are built against (any release with Node-API 3
+// would do).
 const NAPI_HOST = '20.0.0';
 const TOOLS = {
   x64: { prefix: '', gypArch: 'x64' },
@@ -47,8 +48,9 @@ function run(command, args, options) {
     child.stderr.on('data', (chunk) => { output += chunk; });
     child.on('error', reject);
     child.on('close', (status) => {
+      const shown = output.split('\n').filter((line) => !/^gyp info /.test(line)).join('\n');
       if (status === 0) resolve(output);
-      else reject(new Error(`${path.basename(command)} ${args.join(' ')} exited with status ${status}:\n${output.split('\n').filter((line) => !/^gyp info /.test(line)).join('\n')}`));
+      else reject(new Error(`${path.basename(command)} ${args.join(' ')} exited with status ${status}:\n${shown}`));
     });
   });
 }
@@ -90,7 +92,8 @@ async function gypBuild(nodeGyp, work, name, arch, headers, env, targets, gypArg
   return path.join(dir, 'build', 'Release');
 }
 
-// Runs `tasks` (functions returning promises), at most `limit` at a time; resolves with their results.
+// Runs `tasks` (functions returning promises), at most `limit` at a time; resolves with their
+// results.
 async function pool(tasks, limit) {
   const results = [];
   let next = 0;
@@ -110,7 +113,8 @@ async function main() {
   if (!nodeGyp) fail('node-gyp not found (run this through npm)');
   for (const arch of Object.keys(TOOLS)) {
     const compiler = `${TOOLS[arch].prefix}g++`;
-    if (spawnSync(compiler, ['--version'], { stdio: 'ignore' }).status !== 0) fail(`${compiler} not found (Debian: apt-get install ${arch === 'x64' ? 'g++' : 'g++-aarch64-linux-gnu'})`);
+    const debian = arch === 'x64' ? 'g++' : 'g++-aarch64-linux-gnu';
+    if (spawnSync(compiler, ['--version'], { stdio: 'ignore' }).status !== 0) fail(`${compiler} not found (Debian: apt-get install ${debian})`);
   }
   const started = Date.now();
   const releases = {};

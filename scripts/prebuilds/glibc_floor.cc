@@ -44,7 +44,8 @@ int __wrap_stat64(const char* path, struct stat64* status) {
   return glibc_xstat64(kStatVersion, path, status);
 }
 
-// dlsym moved from libdl into libc in 2.34; the running process has libdl loaded where it is separate.
+// dlsym moved from libdl into libc in 2.34; the running process has libdl loaded where it is
+// separate.
 void* __wrap_dlsym(void* handle, const char* name) { return glibc_dlsym(handle, name); }
 
 // arc4random (2.36) serves libstdc++'s std::random_device("arc4random"), which nothing here asks
