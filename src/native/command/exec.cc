@@ -2,6 +2,7 @@
 
 #include "command/output_pieces.h"
 
+#include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -79,6 +80,18 @@ int waitFor(pid_t pid) {
   return done > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+#if defined(__linux__)
+// Returns the C library's posix_spawn_file_actions_addchdir_np (glibc 2.29, musl 1.1.24), or null
+// where the running library has none: looked up when the module runs, not named at link time, so
+// that one binary loads on older systems too and takes the shell's way in there.
+using AddChdir = int (*)(posix_spawn_file_actions_t*, const char*);
+AddChdir runningAddChdir() {
+  static const AddChdir found =
+      reinterpret_cast<AddChdir>(dlsym(RTLD_DEFAULT, "posix_spawn_file_actions_addchdir_np"));
+  return found;
+}
+#endif
+
 // Returns whether the process start can change the child's folder itself: a call of glibc 2.29 and
 // macOS 10.15 (checked when the module runs, since it may run on an older system than it was
 // built on), missing from older systems and some C libraries.
@@ -86,8 +99,8 @@ bool spawnCanEnterFolder() {
 #if defined(__APPLE__) && defined(__MAC_10_15)
   if (__builtin_available(macOS 10.15, *)) return true;
   return false;
-#elif defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 29))
-  return true;
+#elif defined(__linux__)
+  return runningAddChdir() != nullptr;
 #else
   return false;
 #endif
@@ -98,8 +111,9 @@ bool addChangeOfFolder(posix_spawn_file_actions_t* actions, const std::string& f
 #if defined(__APPLE__) && defined(__MAC_10_15)
   if (__builtin_available(macOS 10.15, *)) return posix_spawn_file_actions_addchdir_np(actions, folder.c_str()) == 0;
   return false;
-#elif defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 29))
-  return posix_spawn_file_actions_addchdir_np(actions, folder.c_str()) == 0;
+#elif defined(__linux__)
+  const AddChdir addChdir = runningAddChdir();
+  return addChdir != nullptr && addChdir(actions, folder.c_str()) == 0;
 #else
   (void)actions;
   (void)folder;
