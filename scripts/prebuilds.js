@@ -32,7 +32,7 @@ const TOOLS = {
   arm64: { prefix: 'aarch64-linux-gnu-', gypArch: 'arm64' },
 };
 // Calls that glibc_floor.cc binds to versions glibc 2.28 has.
-const WRAPPED = ['pthread_sigmask', 'stat64', 'dlsym', 'arc4random'];
+const WRAPPED = ['pthread_sigmask', 'stat64', 'lstat64', 'dlsym', 'dladdr', 'dlopen', 'arc4random'];
 
 function fail(message) {
   process.stderr.write(`prebuilds: ${message}\n`);

@@ -225,7 +225,8 @@ bool optionArgument(const Info& info, int index, const char* name) {
   v8::TryCatch swallow(isolate);
   v8::Local<v8::Value> value;
   return options.As<v8::Object>()
-             ->Get(isolate->GetCurrentContext(), v8::String::NewFromUtf8(isolate, name).ToLocalChecked())
+             ->Get(isolate->GetCurrentContext(),
+                   v8::String::NewFromUtf8(isolate, name, v8::NewStringType::kNormal).ToLocalChecked())
              .ToLocal(&value) &&
          tarnwick::v8shims::booleanValue(isolate, value);
 }
