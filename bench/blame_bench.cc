@@ -5,6 +5,7 @@
 #include <string>
 
 #include "blame_reference.h"
+#include "in_pieces.h"
 #include "git_samples.h"
 #include "sample_repository.h"
 #include "large_stack.h"
@@ -29,7 +30,7 @@ void run(benchmark::State& state, bool native) {
   for (auto _ : state) {
     std::string out;
     if (native) {
-      out = tarnwick::renderCodeView(blame, "ffffff", "");
+      out = reference::fedInPieces(tarnwick::CodeViewRenderer("ffffff", "", SIZE_MAX), blame, blame.size() + 1);
     } else {
       reference::runOnStack([&] { out = reference::renderCodeView(blame, "ffffff", ""); });
     }

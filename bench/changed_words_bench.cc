@@ -26,7 +26,7 @@ struct BlockLine {
   const char* text;
   std::size_t size;
   bool added;
-  std::vector<tarnwick::LineRange> wholes;
+  std::vector<tarnwick::TextRange> wholes;
 };
 
 // A diff and its change blocks, each a run of lines that point into the diff.

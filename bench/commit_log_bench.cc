@@ -10,9 +10,10 @@
 #include "command/exec.h"
 #include "command/shell_quote.h"
 #include "commit_log_reference.h"
+#include "in_pieces.h"
 #include "command/git_invocation.h"
 #include "mergetool/commit_list.h"
-#include "mergetool/commit_log_parser.h"
+#include "mergetool/log_format.h"
 
 namespace {
 
@@ -64,7 +65,7 @@ const std::string& logOutput() {
 
 void production(benchmark::State& state) {
   const std::string& log = logOutput();
-  for (auto _ : state) benchmark::DoNotOptimize(tarnwick::renderCommitOptions(log, kFile, "0000000"));
+  for (auto _ : state) benchmark::DoNotOptimize(reference::fedInPieces(tarnwick::CommitOptionsRenderer(kFile, "0000000", SIZE_MAX), log, log.size() + 1));
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * log.size()));
   state.counters["log_bytes"] = static_cast<double>(log.size());
 }

@@ -22,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string selectedHash = space == std::string::npos ? std::string() : head.substr(space + 1);
   std::string expected;
   reference::runOnStack([&] { expected = reference::renderCommitOptions(log, filePath, selectedHash); });
-  if (tarnwick::renderCommitOptions(log, filePath, selectedHash) != expected) std::abort();
+  if (reference::fedInPieces(tarnwick::CommitOptionsRenderer(filePath, selectedHash, SIZE_MAX), log, log.size() + 1) != expected) std::abort();
   tarnwick::CommitOptionsRenderer view(filePath, selectedHash, SIZE_MAX, size % 4 * 40);
   if (reference::fedInPieces(view, log, 1 + size % 97) != expected) std::abort();
   return 0;

@@ -4,17 +4,24 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <memory>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "blame_reference.h"
 #include "git_samples.h"
 #include "in_pieces.h"
 #include "large_stack.h"
-#include "mergetool/record_window.h"
+#include "mergetool/blame_format.h"
+#include "mergetool/log_format.h"
 
 namespace {
+
+// Returns the code view of a whole blame output.
+std::string rendered(const std::string& blame, const std::string& base, const std::string& content) {
+  return reference::fedInPieces(tarnwick::CodeViewRenderer(base, content, SIZE_MAX), blame, blame.size() + 1);
+}
 
 std::string record(const std::string& id, const std::string& numbers, const std::string& line) {
   return id + " " + numbers + "\nauthor A\nauthor-mail <a@b.c>\nauthor-time 1600000000\nauthor-tz +0000\n" +
@@ -61,7 +68,7 @@ TEST(RenderCodeView, GoldenTable) {
       {"no final line feed", unfinished, "ffffff", "", ""},
   };
   for (const Row& row : table) {
-    EXPECT_EQ(tarnwick::renderCodeView(row.blame, row.base, row.content), row.expected) << row.name;
+    EXPECT_EQ(rendered(row.blame, row.base, row.content), row.expected) << row.name;
     EXPECT_EQ(reference::renderCodeView(row.blame, row.base, row.content), row.expected) << row.name;
   }
 }
@@ -74,7 +81,7 @@ TEST(RenderCodeView, MatchesReferenceOnGeneratedText) {
     const std::string text = reference::makeAdversarialBlame(seed);
     const std::string base = bases[seed % 8], content = contents[(seed / 8) % 4];
     const std::string expected = reference::renderCodeView(text, base, content);
-    ASSERT_EQ(tarnwick::renderCodeView(text, base, content), expected) << "seed " << seed;
+    ASSERT_EQ(rendered(text, base, content), expected) << "seed " << seed;
     const std::size_t piece = 1 + seed % 29, trimFrom = seed % 5 * 9;
     ASSERT_EQ(reference::fedInPieces(tarnwick::CodeViewRenderer(base, content, SIZE_MAX, trimFrom), text, piece), expected)
         << "seed " << seed << " piece " << piece << " trim " << trimFrom;
@@ -86,7 +93,7 @@ TEST(RenderCodeView, MatchesReferenceOnGeneratedText) {
 TEST(RenderCodeView, StopsPastTheLongestString) {
   std::string blame;
   for (int i = 1; i <= 40; ++i) blame += record("abc", "1 " + std::to_string(i), "\t\xe2\x82\xac");
-  const std::string view = tarnwick::renderCodeView(blame, "ffffff", "");
+  const std::string view = rendered(blame, "ffffff", "");
   const std::size_t units = view.size() - 2 * 40;
   EXPECT_EQ(reference::fedInPieces(tarnwick::CodeViewRenderer("ffffff", "", units), blame, 7), view);
   EXPECT_EQ(reference::fedInPieces(tarnwick::CodeViewRenderer("ffffff", "", units - 1), blame, 7), "(too long)");
@@ -101,12 +108,12 @@ TEST(RenderCodeView, StopsPastTheLongestString) {
 TEST(RecordWindow, HoldsLongLinesTrimmed) {
   std::string words;
   for (int i = 0; i < 100000; ++i) words += "word ";
-  const std::tuple<tarnwick::LineFormat, bool, std::string> cases[] = {
-      {tarnwick::LineFormat::kBlame, false, "summary "},
-      {tarnwick::LineFormat::kBlame, true, "\tcontent\nh 1 1\nsummary "},
-      {tarnwick::LineFormat::kCommitLog, false, "h H 1 "}};
-  for (const auto& [format, keepContentLines, before] : cases) {
-    tarnwick::RecordWindow window(format, keepContentLines, 4096);
+  const std::pair<std::function<std::unique_ptr<tarnwick::RecordFormat>()>, std::string> cases[] = {
+      {[] { return std::make_unique<tarnwick::BlameLines>(false); }, "summary "},
+      {[] { return std::make_unique<tarnwick::BlameLines>(true); }, "\tcontent\nh 1 1\nsummary "},
+      {[] { return std::make_unique<tarnwick::LogLines>(); }, "h H 1 "}};
+  for (const auto& [format, before] : cases) {
+    tarnwick::RecordWindow window(format(), 4096);
     const std::string line = before + words;
     for (std::size_t at = 0; at < line.size(); at += 1000) {
       window.append(line.data() + at, std::min<std::size_t>(1000, line.size() - at));
@@ -125,7 +132,7 @@ TEST(RenderCodeView, LongLinesOnASmallStack) {
                                "abc 1 1\nauthor " + longLine + "author-mail\n" + longLine + "\n"};
   for (const std::string& text : texts) {
     std::string actual, expected;
-    reference::runOnStack([&] { actual = tarnwick::renderCodeView(text, "ffffff", ""); }, 64 * 1024);
+    reference::runOnStack([&] { actual = rendered(text, "ffffff", ""); }, 64 * 1024);
     reference::runOnStack([&] { expected = reference::renderCodeView(text, "ffffff", ""); });
     EXPECT_EQ(actual, expected);
   }

@@ -7,6 +7,7 @@
 #include "command/shell_quote.h"
 #include "command/split.h"
 #include "git_samples.h"
+#include "in_pieces.h"
 
 namespace {
 
@@ -116,7 +117,7 @@ TEST(AsReadInPieces, ZeroByteEndsItsPiece) {
       {std::string(127, 'c') + std::string("\0d", 2), std::string(127, 'c')},
       {"\n" + std::string(120, 'a') + std::string(1, '\0') + "bbbbbbbbbb\n", "\n" + std::string(120, 'a') + "bbbb\n"}};
   for (const auto& [raw, kept] : table) {
-    EXPECT_EQ(tarnwick::asReadInPieces(raw), kept);
+    EXPECT_EQ(reference::asReadInPieces(raw), kept);
     for (std::size_t cut = 0; cut <= raw.size(); ++cut) {  // as it arrives: cut anywhere, the place in the piece kept
       std::string got;
       tarnwick::StringSink sink(got);

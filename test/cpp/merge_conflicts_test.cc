@@ -24,8 +24,11 @@ TEST(StyleMergeConflicts, GoldenTable) {
   for (const auto& [input, expected] : table) {
     EXPECT_EQ(tarnwick::styleMergeConflicts(input), expected) << input;
     EXPECT_EQ(reference::styleMergeConflicts(input), expected) << input;
-    EXPECT_EQ(tarnwick::styleMergeConflictsWithin(input, input.size(), expected.size()), expected) << input;
-    EXPECT_EQ(tarnwick::styleMergeConflictsWithin(input, input.size() + 1, expected.size()), std::nullopt) << input;
+    // Made within the longest string, and nothing made one unit past it (a byte a unit here).
+    const auto units = [&](std::size_t textUnits) {
+      return tarnwick::styledMergeConflictUnits(input.data(), input.size(), textUnits, false, true, expected.size());
+    };
+    EXPECT_TRUE(units(input.size()).made && units(input.size() + 1).tooLong) << input;
   }
 }
 

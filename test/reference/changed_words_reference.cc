@@ -5,7 +5,7 @@
 
 namespace reference {
 
-using tarnwick::LineRange;
+using tarnwick::TextRange;
 
 namespace {
 
@@ -24,7 +24,7 @@ std::vector<std::string> linesOf(const std::string& text) {
 bool run(tarnwick::ChangedWords& words, const std::vector<std::string>& lines) {
   words.clear();
   for (const std::string& line : lines) {
-    std::vector<LineRange> wholes = colourCodes(line.substr(1));
+    std::vector<TextRange> wholes = colourCodes(line.substr(1));
     wholes.insert(wholes.begin(), {0, line.size()});
     words.addLine(line[0] == '+', &line[1], line.size() - 1, wholes.data(), wholes.size());
   }
@@ -39,15 +39,15 @@ std::string checkBlock(tarnwick::ChangedWords& words, const std::vector<std::str
     const std::string line = lines[l].substr(1);
     const bool added = lines[l][0] == '+';
     const tarnwick::ChangedWords::Marks made = words.marks(l);
-    std::vector<LineRange> runs;  // production's marks, if one range a run of tokens it left out
-    for (const LineRange& token : tokensOf(line, colourCodes(line))) {
+    std::vector<TextRange> runs;  // production's marks, if one range a run of tokens it left out
+    for (const TextRange& token : tokensOf(line, colourCodes(line))) {
       tokens[added].push_back(line.substr(token.begin, token.end - token.begin));
-      const auto covers = [&](LineRange mark) { return mark.begin <= token.begin && token.begin < mark.end; };
+      const auto covers = [&](TextRange mark) { return mark.begin <= token.begin && token.begin < mark.end; };
       if (std::none_of(made.begin(), made.end(), covers)) unmarked[added].push_back(tokens[added].back());
       else if (!runs.empty() && runs.back().end == token.begin) runs.back().end = token.end;
       else runs.push_back(token);
     }
-    const auto same = [](LineRange a, LineRange b) { return a.begin == b.begin && a.end == b.end; };
+    const auto same = [](TextRange a, TextRange b) { return a.begin == b.begin && a.end == b.end; };
     if (!std::equal(runs.begin(), runs.end(), made.begin(), made.end(), same)) return "marks apart from tokens";
     marks += runs.size();
   }
@@ -68,8 +68,8 @@ std::string checkBlock(tarnwick::ChangedWords& words, const std::vector<std::str
 
 }  // namespace
 
-std::vector<LineRange> colourCodes(const std::string& line) {
-  std::vector<LineRange> codes;
+std::vector<TextRange> colourCodes(const std::string& line) {
+  std::vector<TextRange> codes;
   for (std::size_t at = line.find('#'); at != std::string::npos; at = line.find('#', at + 1)) {
     std::size_t end = at + 1;
     while (end < line.size() && end - at <= 8 && std::isxdigit(static_cast<unsigned char>(line[end]))) ++end;
@@ -78,8 +78,8 @@ std::vector<LineRange> colourCodes(const std::string& line) {
   return codes;
 }
 
-std::vector<LineRange> tokensOf(const std::string& line, const std::vector<LineRange>& wholes) {
-  std::vector<LineRange> tokens;
+std::vector<TextRange> tokensOf(const std::string& line, const std::vector<TextRange>& wholes) {
+  std::vector<TextRange> tokens;
   auto whole = wholes.begin();
   for (std::size_t at = 0, size = line.size() - (!line.empty() && line.back() == '\r'); at < size;) {
     const std::size_t limit = whole != wholes.end() ? whole->begin : size;

@@ -10,8 +10,8 @@ namespace reference {
 
 // Returns the ranges of the "#" colour codes of `line` that get a swatch, and the tokens of
 // `line` by the rules, written out plainly, each of `wholes` one.
-std::vector<tarnwick::LineRange> colourCodes(const std::string& line);
-std::vector<tarnwick::LineRange> tokensOf(const std::string& line, const std::vector<tarnwick::LineRange>& wholes);
+std::vector<tarnwick::TextRange> colourCodes(const std::string& line);
+std::vector<tarnwick::TextRange> tokensOf(const std::string& line, const std::vector<tarnwick::TextRange>& wholes);
 
 // Returns `block` ("-" and "+" lines, given to `words` in this order) with its marks in brackets.
 std::string bracketed(tarnwick::ChangedWords& words, const std::string& block);

@@ -5,7 +5,7 @@
 #include <regex>
 #include <vector>
 
-#include "mergetool/commit_log_parser.h"
+#include "mergetool/log_format.h"
 
 namespace reference {
 

@@ -51,7 +51,7 @@ struct CommandResult {
 // folder cannot be entered, the command line is too long for the kernel, no descriptor or process
 // is left, or the command, the folder or an environment entry holds a zero byte, which the kernel
 // would read as their end. Standard output reaches the result or the sink as a loop of 127-byte
-// `fgets` reads would have collected it (see asReadInPieces), unless asked for exactly.
+// `fgets` reads would have collected it (see FgetsPieces), unless asked for exactly.
 CommandResult exec(const std::string& command, const std::string& folder, const ExecOptions& options = {});
 
 // Returns a command line that runs the simple command `command` (which the shell then becomes) so

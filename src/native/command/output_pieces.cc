@@ -31,12 +31,4 @@ bool FgetsPieces::take(const char* data, std::size_t size) {
   return true;
 }
 
-std::string asReadInPieces(std::string raw) {
-  if (std::memchr(raw.data(), '\0', raw.size()) == nullptr) return raw;
-  std::string kept;
-  StringSink collected(kept);
-  FgetsPieces(collected).take(raw.data(), raw.size());
-  return kept;
-}
-
 }  // namespace tarnwick

@@ -6,11 +6,12 @@
 
 namespace tarnwick {
 
-// Receives a command's standard output as it arrives, in pieces of any size.
+// Receives text as it is made or arrives (a command's standard output, a view's rendering), in
+// pieces of any size.
 class OutputSink {
  public:
   virtual ~OutputSink() = default;
-  // Takes the next `size` bytes; returns false to stop the command.
+  // Takes the next `size` bytes; returns false to stop what makes them.
   virtual bool take(const char* data, std::size_t size) = 0;
 };
 
@@ -47,9 +48,6 @@ class FgetsPieces final : public OutputSink {
   std::size_t offset_ = 0;  // bytes of the current piece seen so far
   bool dropping_ = false;   // a zero byte ended the current piece's text
 };
-
-// Returns `raw` as FgetsPieces hands it on.
-std::string asReadInPieces(std::string raw);
 
 }  // namespace tarnwick
 

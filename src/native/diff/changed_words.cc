@@ -109,7 +109,7 @@ std::size_t ChangedWords::scan(const char* text, std::size_t from, std::size_t t
   return at;
 }
 
-void ChangedWords::addLine(bool added, const char* text, std::size_t size, const LineRange* wholes,
+void ChangedWords::addLine(bool added, const char* text, std::size_t size, const TextRange* wholes,
                            std::size_t wholeCount) {
   if (!added && lines_.size() > removedLines_) past_ = true;
   bytes_ += size;
@@ -124,8 +124,8 @@ void ChangedWords::addLine(bool added, const char* text, std::size_t size, const
   // bound is scanned at a time, into room for as many starts.
   const std::size_t room = kChangedWordsBound + 1;
   if (starts_.size() < tokens_ + room) starts_.resize(tokens_ + room);
-  const LineRange* whole = wholes;
-  const LineRange* const lastWhole = wholes + wholeCount;
+  const TextRange* whole = wholes;
+  const TextRange* const lastWhole = wholes + wholeCount;
   std::uint8_t last = kNone;
   for (std::size_t at = 0; at < size;) {
     while (whole != lastWhole && (whole->begin < at || whole->end <= whole->begin || whole->end > size)) ++whole;
@@ -374,7 +374,7 @@ void ChangedWords::collectMarks() {
       } else if (open) {
         marks_.back().end = end;
       } else {
-        marks_.push_back(LineRange{starts_[t], end});
+        marks_.push_back(TextRange{starts_[t], end});
         open = true;
       }
     }

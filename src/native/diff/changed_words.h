@@ -5,13 +5,10 @@
 #include <cstdint>
 #include <vector>
 
+#include "convert/text_range.h"
+
 namespace tarnwick {
 
-// A byte range [begin, end) of one line.
-struct LineRange {
-  std::size_t begin;
-  std::size_t end;
-};
 
 // The most tokens and lines, counted together, of a change block that gets marks. Past it a block
 // gets none, read no further than the bound, so that no block costs more than one at it: at most
@@ -48,10 +45,10 @@ class ChangedWords {
  public:
   // The marks of one line: in order, disjoint, non-empty and within the line.
   struct Marks {
-    const LineRange* first;
-    const LineRange* last;
-    const LineRange* begin() const { return first; }
-    const LineRange* end() const { return last; }
+    const TextRange* first;
+    const TextRange* last;
+    const TextRange* begin() const { return first; }
+    const TextRange* end() const { return last; }
     std::size_t size() const { return static_cast<std::size_t>(last - first); }
   };
 
@@ -63,7 +60,7 @@ class ChangedWords {
   // line's sign and before its line feed, which stay readable until match() returns, and the
   // `wholeCount` ranges at `wholes` that are one token each (in order, apart and within the line;
   // one that is not is ignored).
-  void addLine(bool added, const char* text, std::size_t size, const LineRange* wholes = nullptr,
+  void addLine(bool added, const char* text, std::size_t size, const TextRange* wholes = nullptr,
                std::size_t wholeCount = 0);
 
   // Matches the lines added since clear(). Returns whether any of them has a mark.
@@ -109,7 +106,7 @@ class ChangedWords {
   std::vector<std::uint64_t> hashes_;  // each token's
   std::vector<std::uint16_t> buckets_;  // tokens of the removed side by hash, zero between blocks
   std::vector<std::uint32_t> lineMarks_;  // each line's first mark, then the end of the last
-  std::vector<LineRange> marks_;
+  std::vector<TextRange> marks_;
   std::vector<std::uint64_t> bits_, rows_;
   std::size_t tokens_ = 0, removedTokens_ = 0, removedLines_ = 0, bytes_ = 0;
   bool past_ = false, done_ = false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 
 #include "diff/color_diff_chunk.h"
 #include "diff/word_marks.h"
@@ -52,14 +53,14 @@ bool forEachChunk(const char* text, std::size_t length, bool showColorPreviews, 
 }
 
 // Returns the cursor over `marks`, or nothing.
-std::optional<WordMarks> cursorOf(const char* text, const std::vector<LineRange>* marks) {
+std::optional<WordMarks> cursorOf(const char* text, const std::vector<TextRange>* marks) {
   if (marks == nullptr || marks->empty()) return std::nullopt;
   return WordMarks{text, marks->data(), marks->data() + marks->size()};
 }
 
 }  // namespace
 
-std::vector<LineRange> wordMarksOf(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
+std::vector<TextRange> wordMarksOf(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
                                    bool words) {
   if (!words || !markAddedRemoved) return {};
   thread_local ChangedWords matcher;
@@ -67,7 +68,7 @@ std::vector<LineRange> wordMarksOf(const char* text, std::size_t length, bool sh
 }
 
 ColorDiffSize measureColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
-                               const std::vector<LineRange>* marks) {
+                               const std::vector<TextRange>* marks) {
   std::string scratch;
   ColorDiffSize size;
   std::optional<WordMarks> cursor = cursorOf(text, marks);
@@ -82,7 +83,7 @@ ColorDiffSize measureColorDiff(const char* text, std::size_t length, bool showCo
 }
 
 char* writeColorDiff(char* out, const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
-                     const std::vector<LineRange>* marks) {
+                     const std::vector<TextRange>* marks) {
   std::string scratch;
   std::optional<WordMarks> cursor = cursorOf(text, marks);
   forEachChunk(text, length, showColorPreviews, [&](const char* chunk, std::size_t size, bool show) {
@@ -93,7 +94,7 @@ char* writeColorDiff(char* out, const char* text, std::size_t length, bool showC
 }
 
 bool streamColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
-                     std::size_t largestChunk, ColorDiffSink& sink, const std::vector<LineRange>* marks) {
+                     std::size_t largestChunk, OutputSink& sink, const std::vector<TextRange>* marks) {
   std::string html(largestChunk + kColorDiffSlack, '\0');
   std::string scratch;
   std::optional<WordMarks> cursor = cursorOf(text, marks);
@@ -107,7 +108,7 @@ bool streamColorDiff(const char* text, std::size_t length, bool showColorPreview
 namespace {
 
 std::string writtenColorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved, std::size_t size,
-                             const std::vector<LineRange>& marks) {
+                             const std::vector<TextRange>& marks) {
   std::string out(size + kColorDiffSlack, '\0');
   writeColorDiff(&out[0], text.data(), text.size(), showColorPreviews, markAddedRemoved, &marks);
   out.resize(size);
@@ -117,16 +118,8 @@ std::string writtenColorDiff(const std::string& text, bool showColorPreviews, bo
 }  // namespace
 
 std::string colorDiff(const std::string& text, bool showColorPreviews, bool markAddedRemoved, bool words) {
-  const std::vector<LineRange> marks = wordMarksOf(text.data(), text.size(), showColorPreviews, markAddedRemoved, words);
+  const std::vector<TextRange> marks = wordMarksOf(text.data(), text.size(), showColorPreviews, markAddedRemoved, words);
   const std::size_t size = measureColorDiff(text.data(), text.size(), showColorPreviews, markAddedRemoved, &marks).total;
-  return writtenColorDiff(text, showColorPreviews, markAddedRemoved, size, marks);
-}
-
-std::optional<std::string> colorDiffWithin(const std::string& text, bool showColorPreviews, bool markAddedRemoved,
-                                           std::size_t textUnits, std::size_t longestUnits, bool words) {
-  const std::vector<LineRange> marks = wordMarksOf(text.data(), text.size(), showColorPreviews, markAddedRemoved, words);
-  const std::size_t size = measureColorDiff(text.data(), text.size(), showColorPreviews, markAddedRemoved, &marks).total;
-  if (colorDiffTooLong(size, text.size(), textUnits, longestUnits)) return std::nullopt;
   return writtenColorDiff(text, showColorPreviews, markAddedRemoved, size, marks);
 }
 

@@ -2,10 +2,10 @@
 #define UTILS_DIFF_COLOR_DIFF_H
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "command/output_pieces.h"
 #include "diff/color_diff_chunk.h"
 
 namespace tarnwick {
@@ -29,11 +29,6 @@ inline bool colorDiffTooLong(std::size_t totalBytes, std::size_t textBytes, std:
   return totalBytes - textBytes + textUnits > longestUnits;
 }
 
-// Returns colorDiff's result, or nothing (and nothing made) when it takes more than
-// `longestUnits` UTF-16 units, for a text of `textUnits` units.
-std::optional<std::string> colorDiffWithin(const std::string& text, bool showColorPreviews, bool markAddedRemoved,
-                                           std::size_t textUnits, std::size_t longestUnits, bool words = false);
-
 // The byte length of colorDiff's result, and of the HTML of its largest chunk.
 struct ColorDiffSize {
   std::size_t total = 0;
@@ -43,30 +38,22 @@ struct ColorDiffSize {
 // Returns the size of colorDiff's result for `length` bytes at `text`, measured by the scans that
 // write it, with `marks` (byte ranges of the text, see findWordMarks) when given.
 ColorDiffSize measureColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
-                               const std::vector<LineRange>* marks = nullptr);
+                               const std::vector<TextRange>* marks = nullptr);
 
 // Writes colorDiff's result for `length` bytes at `text` to `out`, which has room for its total
 // size + kColorDiffSlack bytes, and returns the end of the result.
 char* writeColorDiff(char* out, const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
-                     const std::vector<LineRange>* marks = nullptr);
-
-// Receives colorDiff's result piece by piece, in order.
-class ColorDiffSink {
- public:
-  virtual ~ColorDiffSink() = default;
-  // Takes the next `size` bytes of the result; returns false to stop the rendering.
-  virtual bool take(const char* data, std::size_t size) = 0;
-};
+                     const std::vector<TextRange>* marks = nullptr);
 
 // Hands colorDiff's result for `length` bytes at `text` to `sink` one chunk's HTML at a time, each
 // written to a buffer of the `largestChunk` measured, so that only a chunk's worth of it is ever
 // in memory here. Returns false when the sink stopped it.
 bool streamColorDiff(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
-                     std::size_t largestChunk, ColorDiffSink& sink, const std::vector<LineRange>* marks = nullptr);
+                     std::size_t largestChunk, OutputSink& sink, const std::vector<TextRange>* marks = nullptr);
 
 // Returns the changed-word marks of a whole diff (see findWordMarks), none unless `words` and
 // `markAddedRemoved`, with a matcher kept per thread.
-std::vector<LineRange> wordMarksOf(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
+std::vector<TextRange> wordMarksOf(const char* text, std::size_t length, bool showColorPreviews, bool markAddedRemoved,
                                    bool words);
 
 }  // namespace tarnwick

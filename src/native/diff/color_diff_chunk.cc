@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "convert/text_range.h"
 #include "diff/byte_bitmap.h"
 
 namespace tarnwick {
@@ -38,7 +39,6 @@ constexpr Piece kChangedOpen = piece("<span class='diff-changed'>");
 constexpr Piece kChangedClose = piece("</span>");
 constexpr std::size_t kChangedExtra = kChangedOpen.size + kChangedClose.size;
 
-inline bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
 inline bool isHex(char c) { return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
@@ -409,7 +409,7 @@ void addSwatches(Out& caller, const char* const begin, const char* const end) {
 // Returns the bytes that the marks before `end` add, the next of `marks` first.
 std::size_t markedLength(const char* end, const WordMarks* marks) {
   if (marks == nullptr) return 0;
-  const LineRange* last = marks->next;
+  const TextRange* last = marks->next;
   while (last != marks->end && marks->base + last->begin < end) ++last;
   return kChangedExtra * static_cast<std::size_t>(last - marks->next);
 }

@@ -23,8 +23,8 @@ std::string colorDiffChunk(std::string text, bool showColorPreviews, bool markAd
 // content; `next` moves past those of each chunk written.
 struct WordMarks {
   const char* base;
-  const LineRange* next;
-  const LineRange* end;
+  const TextRange* next;
+  const TextRange* end;
 };
 
 // Returns the byte length of colorDiffChunk's result for `size` bytes at `data`, each range of

@@ -12,7 +12,7 @@ namespace {
 
 // Decodes the rendered pieces into the result's block.
 template <typename Unit>
-class DecodingSink final : public ColorDiffSink {
+class DecodingSink final : public OutputSink {
  public:
   explicit DecodingSink(Unit* out) : decoder_(out) {}
   bool take(const char* data, std::size_t size) override { return decoder_.add(data, size); }
@@ -24,7 +24,7 @@ class DecodingSink final : public ColorDiffSink {
 
 template <typename Unit>
 std::ptrdiff_t decodeInto(PageBlock& block, const char* text, std::size_t length, bool showColorPreviews,
-                          bool markAddedRemoved, std::size_t largestChunk, const std::vector<LineRange>& marks) {
+                          bool markAddedRemoved, std::size_t largestChunk, const std::vector<TextRange>& marks) {
   DecodingSink<Unit> sink(reinterpret_cast<Unit*>(block.data()));
   if (!streamColorDiff(text, length, showColorPreviews, markAddedRemoved, largestChunk, sink, &marks)) return -1;
   return sink.finish();
@@ -37,7 +37,7 @@ ScriptUnits colorDiffUnits(const char* text, std::size_t length, std::size_t tex
   ScriptUnits result;
   // The markup holds no zero byte, so the result has one exactly when the text has.
   if (length > 0 && std::memchr(text, 0, length) != nullptr) return result;
-  const std::vector<LineRange> marks = wordMarksOf(text, length, showColorPreviews, markAddedRemoved, words);
+  const std::vector<TextRange> marks = wordMarksOf(text, length, showColorPreviews, markAddedRemoved, words);
   const ColorDiffSize size = measureColorDiff(text, length, showColorPreviews, markAddedRemoved, &marks);
   if (colorDiffTooLong(size.total, length, textUnits, longestUnits)) {
     result.tooLong = true;

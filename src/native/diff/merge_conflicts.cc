@@ -85,16 +85,6 @@ std::string styleMergeConflicts(const std::string& text) {
   return out;
 }
 
-std::optional<std::string> styleMergeConflictsWithin(const std::string& text, std::size_t textUnits,
-                                                     std::size_t longestUnits) {
-  // An escape adds at most four bytes, all ASCII, so only a text near the limit is measured.
-  if (textUnits + 4 * text.size() > longestUnits &&
-      styledLength(text.data(), text.data() + text.size()) - text.size() + textUnits > longestUnits) {
-    return std::nullopt;
-  }
-  return styleMergeConflicts(text);
-}
-
 ScriptUnits styledMergeConflictUnits(const char* text, std::size_t size, std::size_t textUnits, bool oneByteText,
                                      bool replaceInvalid, std::size_t longestUnits) {
   const std::size_t styled = styledLength(text, text + size);

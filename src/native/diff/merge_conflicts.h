@@ -2,7 +2,6 @@
 #define UTILS_DIFF_MERGE_CONFLICTS_H
 
 #include <cstddef>
-#include <optional>
 #include <string>
 
 #include "convert/script_units.h"
@@ -14,11 +13,6 @@ namespace tarnwick {
 // survive, the remainder of a run is escaped. A last group of "<" that ends its run before an
 // ASCII letter, "/", "!" or "?" is escaped as well: raw, its final "<" would open a tag.
 std::string styleMergeConflicts(const std::string& text);
-
-// Returns styleMergeConflicts(text), or nothing (and nothing made) when it takes more than
-// `longestUnits` UTF-16 units, for a text of `textUnits` units.
-std::optional<std::string> styleMergeConflictsWithin(const std::string& text, std::size_t textUnits,
-                                                     std::size_t longestUnits);
 
 // Returns styleMergeConflicts's result for the `size` bytes at `text`, a script string of
 // `textUnits` characters (each of one byte when `oneByteText`), as the characters of a script

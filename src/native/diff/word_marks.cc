@@ -20,7 +20,7 @@ struct BlockLine {
 
 class Blocks {
  public:
-  Blocks(const char* text, bool swatches, ChangedWords& words, std::vector<LineRange>& marks)
+  Blocks(const char* text, bool swatches, ChangedWords& words, std::vector<TextRange>& marks)
       : text_(text), swatches_(swatches), words_(words), marks_(marks) {}
 
   // Takes the next line of a hunk that is added or removed.
@@ -48,15 +48,15 @@ class Blocks {
       for (std::size_t at = 0; swatches_ && at < line.size; ++at) {
         const std::size_t code = colorCodeLength(content + at, content + line.size);
         if (code == 0) continue;
-        wholes_.push_back(LineRange{at, at + code});
+        wholes_.push_back(TextRange{at, at + code});
         at += code - 1;
       }
       words_.addLine(line.added, content, line.size, wholes_.data(), wholes_.size());
     }
     if (!words_.match()) return;
     for (std::size_t i = 0; i < lines_.size(); ++i) {
-      for (const LineRange& range : words_.marks(i)) {
-        marks_.push_back(LineRange{lines_[i].begin + range.begin, lines_[i].begin + range.end});
+      for (const TextRange& range : words_.marks(i)) {
+        marks_.push_back(TextRange{lines_[i].begin + range.begin, lines_[i].begin + range.end});
       }
     }
   }
@@ -64,16 +64,16 @@ class Blocks {
   const char* const text_;
   const bool swatches_;
   ChangedWords& words_;
-  std::vector<LineRange>& marks_;
+  std::vector<TextRange>& marks_;
   std::vector<BlockLine> lines_;
-  std::vector<LineRange> wholes_;
+  std::vector<TextRange> wholes_;
   bool added_ = false, removed_ = false, tooLong_ = false;
 };
 
 }  // namespace
 
-std::vector<LineRange> findWordMarks(const char* text, std::size_t length, bool swatches, ChangedWords& words) {
-  std::vector<LineRange> marks;
+std::vector<TextRange> findWordMarks(const char* text, std::size_t length, bool swatches, ChangedWords& words) {
+  std::vector<TextRange> marks;
   Blocks blocks(text, swatches, words, marks);
   bool inHunk = false;
   for (std::size_t begin = 0; begin <= length;) {

@@ -15,7 +15,7 @@ namespace tarnwick {
 // `swatches`, each colour code that will get a swatch is one token, so that no mark cuts it. A
 // block with a line that the diff's chunking may cut (one near the slice's length) gets none.
 // `words` is the matcher, kept by the caller so that its memory serves the next call.
-std::vector<LineRange> findWordMarks(const char* text, std::size_t length, bool swatches, ChangedWords& words);
+std::vector<TextRange> findWordMarks(const char* text, std::size_t length, bool swatches, ChangedWords& words);
 
 }  // namespace tarnwick
 

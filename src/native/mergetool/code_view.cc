@@ -10,7 +10,7 @@
 #include "command/git_invocation.h"
 #include "command/split.h"
 #include "mergetool/html_escape.h"
-#include "mergetool/blame_parser.h"
+#include "mergetool/blame_format.h"
 
 namespace tarnwick {
 
@@ -46,7 +46,7 @@ unsigned numberColumnWidth(std::size_t pieces) {
 
 CodeViewRenderer::CodeViewRenderer(std::string baseColor, std::string contentText, std::size_t longestView,
                                    std::size_t trimFrom)
-    : StreamedView(LineFormat::kBlame, contentText.empty(), longestView, trimFrom),
+    : StreamedView(std::make_unique<BlameLines>(contentText.empty()), longestView, trimFrom),
       contentText_(std::move(contentText)),
       base_(readHexColor(baseColor)) {
   unsigned width = 35;
@@ -114,12 +114,6 @@ std::size_t CodeViewRenderer::renderRecords(const char* blame, std::size_t size,
     out += "</span></div>";
   }
   return scanner.resumeAt();
-}
-
-std::string renderCodeView(const std::string& blame, const std::string& baseColor, const std::string& contentText) {
-  CodeViewRenderer view(baseColor, contentText, SIZE_MAX);
-  view.take(blame.data(), blame.size());
-  return *view.finish();
 }
 
 std::unique_ptr<ViewCall> codeViewCall(const std::string& filePath, const std::string& repoPath,

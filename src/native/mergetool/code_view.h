@@ -33,9 +33,6 @@ class CodeViewRenderer final : public StreamedView {
   std::string width_;
 };
 
-// Returns the code view of a whole blame output.
-std::string renderCodeView(const std::string& blame, const std::string& baseColor, const std::string& contentText);
-
 // Returns the call that blames `filePath` as recorded in HEAD of the repository at `repoPath` and
 // builds its code view as git prints it (see ViewCall, CodeViewRenderer); `host`: the host's
 // environment.

@@ -6,14 +6,12 @@
 #include <utility>
 
 #include "command/git_invocation.h"
-#include "mergetool/commit_log_parser.h"
+#include "mergetool/log_format.h"
 #include "mergetool/html_escape.h"
 
 namespace tarnwick {
 
 namespace {
-
-constexpr std::size_t kSubjectLimit = 100;
 
 std::size_t length(TextRange range) { return range.end - range.begin; }
 
@@ -58,7 +56,7 @@ bool equals(std::string_view log, TextRange range, const std::string& text) {
 
 CommitOptionsRenderer::CommitOptionsRenderer(std::string filePath, std::string selectedHash, std::size_t longestView,
                                              std::size_t trimFrom)
-    : StreamedView(LineFormat::kCommitLog, false, longestView, trimFrom),
+    : StreamedView(std::make_unique<LogLines>(), longestView, trimFrom),
       filePath_(std::move(filePath)),
       selectedHash_(std::move(selectedHash)) {}
 
@@ -69,8 +67,8 @@ std::size_t CommitOptionsRenderer::renderRecords(const char* text, std::size_t s
   CommitRecord record;
   while (scanner.next(record)) {
     const bool renamed = log[record.status.begin] == 'R';
-    const bool cut = length(record.subject) > kSubjectLimit;
-    const TextRange subject = {record.subject.begin, cut ? record.subject.begin + kSubjectLimit : record.subject.end};
+    const bool cut = length(record.subject) > kSubjectShown;
+    const TextRange subject = {record.subject.begin, cut ? record.subject.begin + kSubjectShown : record.subject.end};
     const std::string& date = dates_.format(log.data() + record.authorTime.begin, length(record.authorTime));
     const std::size_t values = (renamed ? filePath_.size() : length(record.path)) + length(record.fullHash) +
                                2 * length(record.abbreviatedHash) + length(subject);
@@ -97,13 +95,6 @@ std::size_t CommitOptionsRenderer::renderRecords(const char* text, std::size_t s
     out.literal("</option>");
   }
   return scanner.resumeAt();
-}
-
-std::string renderCommitOptions(const std::string& log, const std::string& filePath,
-                                const std::string& selectedHash) {
-  CommitOptionsRenderer view(filePath, selectedHash, SIZE_MAX);
-  view.take(log.data(), log.size());
-  return *view.finish();
 }
 
 std::unique_ptr<ViewCall> commitListCall(const std::string& filePath, const std::string& repoPath,

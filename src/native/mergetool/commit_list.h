@@ -32,10 +32,6 @@ class CommitOptionsRenderer final : public StreamedView {
   AuthorDateFormatter dates_;
 };
 
-// Returns the options of a whole log.
-std::string renderCommitOptions(const std::string& log, const std::string& filePath,
-                                const std::string& selectedHash);
-
 // Returns the call that lists the commits of `filePath`, followed across renames, in the
 // repository at `repoPath`, newest first, and builds their options as git prints them (see
 // ViewCall, CommitOptionsRenderer). Any path reaches git unchanged, and as a path; `host`: the

@@ -6,8 +6,8 @@
 
 namespace tarnwick {
 
-StreamedView::StreamedView(LineFormat format, bool keepContentLines, std::size_t longestView, std::size_t trimFrom)
-    : window_(format, keepContentLines, trimFrom), longestView_(longestView) {}
+StreamedView::StreamedView(std::unique_ptr<RecordFormat> format, std::size_t longestView, std::size_t trimFrom)
+    : window_(std::move(format), trimFrom), longestView_(longestView) {}
 
 bool StreamedView::take(const char* data, std::size_t size) {
   if (tooLong_) return false;

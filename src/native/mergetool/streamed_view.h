@@ -28,8 +28,8 @@ class StreamedView : public OutputSink {
   std::optional<std::string> finish();
 
  protected:
-  // `longestView`: the host's longest string, in UTF-16 units.
-  StreamedView(LineFormat format, bool keepContentLines, std::size_t longestView, std::size_t trimFrom);
+  // `format`: how git's lines are held; `longestView`: the host's longest string, in UTF-16 units.
+  StreamedView(std::unique_ptr<RecordFormat> format, std::size_t longestView, std::size_t trimFrom);
 
   // Renders every record that starts before `limit` in the `size` bytes at `text`, appending to
   // view(), and returns where the search for the next record goes on.

@@ -1,5 +1,6 @@
-#include "mergetool/blame_parser.h"
+#include "mergetool/blame_format.h"
 
+#include <algorithm>
 #include <cstring>
 
 using namespace std::string_view_literals;
@@ -12,8 +13,20 @@ constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
 bool isIdChar(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); }
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
-// Space, tab, line feed, vertical tab, form feed, carriage return.
-bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+// A byte that a blame header (hexadecimal id, decimal numbers, blanks) can hold.
+bool inHeader(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c != '\n' && isSpace(c)); }
+
+// Returns the start of the last "keyword", a blank and a byte of value in `line`, or npos.
+std::size_t lastValueStop(std::string_view line, std::string_view keyword) {
+  std::size_t at = line.rfind(keyword);
+  while (at != std::string_view::npos) {
+    if (at + keyword.size() + 1 < line.size() && isSpace(line[at + keyword.size()])) return at;
+    if (at == 0) break;
+    at = line.rfind(keyword, at - 1);
+  }
+  return std::string_view::npos;
+}
 
 }  // namespace
 
@@ -44,7 +57,7 @@ std::size_t BlameScanner::lineBreakAt(std::size_t at) const {
 // returns the offset after the line break, or kNone. The value runs to the end of its line (a
 // CR before the line feed belongs to it); when the whitespace is a line feed the value is the
 // whole next line.
-std::size_t BlameScanner::matchField(std::size_t at, std::string_view keyword, TextSpan* value) {
+std::size_t BlameScanner::matchField(std::size_t at, std::string_view keyword, TextRange* value) {
   if (!startsWith(at, keyword)) return kNone;
   const std::size_t blank = at + keyword.size();
   if (blank >= size_ || !isSpace(text_[blank])) return kNone;
@@ -63,7 +76,7 @@ std::size_t BlameScanner::matchField(std::size_t at, std::string_view keyword, T
 // where that line ends, so `rest` runs for at most three distinct offsets.
 template <class Rest>
 bool BlameScanner::matchLooseField(std::size_t at, std::string_view keyword, std::string_view next,
-                                   TextSpan& value, Rest rest) {
+                                   TextRange& value, Rest rest) {
   if (!startsWith(at, keyword)) return false;
   const std::size_t blank = at + keyword.size();
   if (blank >= size_ || !isSpace(text_[blank])) return false;
@@ -191,6 +204,33 @@ bool BlameScanner::next(BlameRecord& record) {
   }
   position_ = size_;
   return false;
+}
+
+// A header whose blanks are all line feeds takes four lines, each of the twelve fields two (a
+// keyword whose blank is a line feed has its value on the next line), and the boundary and
+// content lines one each.
+std::size_t BlameLines::linesPerAttempt() const { return 32; }
+
+std::vector<TextRange> BlameLines::keptRanges(std::string_view line) const {
+  const std::size_t size = line.size();
+  constexpr std::size_t kEdge = 16;
+  std::size_t header = size;
+  while (header > 0 && inHeader(line[header - 1])) --header;
+  std::vector<TextRange> kept = {{0, std::min(size, kEdge)}, {size - std::min(size, kEdge), size}, {header, size}};
+  for (const std::string_view keyword : {"author-mail"sv, "author-tz"sv}) {
+    const std::size_t stop = lastValueStop(line, keyword);
+    if (stop != std::string_view::npos) kept.push_back({stop, stop + keyword.size() + 2});
+  }
+  return kept;
+}
+
+bool BlameLines::ended(std::string_view line) {
+  // "filename" and a blank: the next line may be the content; "filename" alone: its value is on
+  // the next line, and the content the line after.
+  const bool filename = line.size() >= 8 && line.compare(0, 8, "filename") == 0;
+  const bool twoAfterFilename = previousIsFilename_;
+  previousIsFilename_ = filename && line.size() == 8;
+  return keepContentLines_ && ((filename && line.size() > 8 && isSpace(line[8])) || twoAfterFilename);
 }
 
 }  // namespace tarnwick

@@ -1,17 +1,21 @@
-#ifndef UTILS_MERGETOOL_COMMIT_LOG_PARSER_H
-#define UTILS_MERGETOOL_COMMIT_LOG_PARSER_H
+#ifndef UTILS_MERGETOOL_LOG_FORMAT_H
+#define UTILS_MERGETOOL_LOG_FORMAT_H
+
+// The output of `git log --follow --pretty="%h %H %at %s" --name-status`: its records, and its
+// lines as they are held while they arrive.
 
 #include <cstddef>
 #include <memory>
 #include <string_view>
+#include <vector>
+
+#include "convert/text_range.h"
+#include "mergetool/record_window.h"
 
 namespace tarnwick {
 
-// A byte range [begin, end) of the parsed text.
-struct TextRange {
-  std::size_t begin = 0;
-  std::size_t end = 0;
-};
+// The subject bytes the commit list shows; a longer one is cut there.
+constexpr std::size_t kSubjectShown = 100;
 
 // One commit of `git log --follow --pretty="%h %H %at %s" --name-status`: the whole record and
 // the parts the dropdown uses, all as ranges of the log text.
@@ -50,6 +54,22 @@ class CommitLogScanner {
   std::size_t position_ = 0;
   class Matcher;
   std::unique_ptr<Matcher> matcher_;
+};
+
+// Log output's lines as the record window holds them: a record attempt reads at most eight lines
+// holding more than whitespace (three words, the subject, the status and the path each on a line
+// of their own, with margin; its name-status gap may span blank lines); of a long line a record
+// can still need the first three words and the subject bytes shown after them, the same for the
+// first word that can begin a record within the line, and the last three words with what follows
+// (the words in between can only begin records that fail as that first one does). A word is kept
+// whole however long: it may be shown.
+class LogLines final : public RecordFormat {
+ public:
+  std::size_t linesPerAttempt() const override { return 8; }
+  bool counts(std::string_view line) const override;
+  std::vector<TextRange> keptRanges(std::string_view line) const override;
+  std::string_view standIn() const override { return "  "; }  // whitespace that no single separator matches
+  bool ended(std::string_view) override { return false; }
 };
 
 }  // namespace tarnwick

@@ -1,5 +1,6 @@
-#include "mergetool/commit_log_parser.h"
+#include "mergetool/log_format.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -7,8 +8,6 @@ namespace tarnwick {
 
 namespace {
 
-// The pattern's \s: space, tab, line feed, vertical tab, form feed, carriage return.
-bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 bool isWordByte(char c) { return !isSpace(c); }
 
 constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
@@ -25,7 +24,6 @@ bool hasSpaceByte(const char* text) {
   const std::uint64_t isSpaceByte = (space - kOnes) & ~space;
   return ((inTabToReturn | isSpaceByte) & (kOnes * 128)) != 0;
 }
-bool isSpaceByte(char c) { return isSpace(c); }
 bool isNotLineFeed(char c) { return c != '\n'; }
 
 // Returns where the run of bytes satisfying `Member` that starts at a position ends (the first
@@ -133,7 +131,7 @@ class CommitLogScanner::Matcher {
   RunEnd<isWordByte> thirdWord_;
   RunEnd<isNotLineFeed> subjectLine_;
   RunEnd<isWordByte> status_;
-  RunEnd<isSpaceByte> gap_;
+  RunEnd<isSpace> gap_;
   RunEnd<isWordByte> path_;
   RunEnd<isNotLineFeed> restOfLine_;
 };
@@ -159,6 +157,48 @@ bool CommitLogScanner::next(CommitRecord& record) {
     position_ = matcher_->wordEnd(position_);
   }
   return false;
+}
+
+bool LogLines::counts(std::string_view line) const {
+  return !std::all_of(line.begin(), line.end(), isSpace);
+}
+
+std::vector<TextRange> LogLines::keptRanges(std::string_view line) const {
+  // What the list shows of a subject, and one byte more to know whether it was cut.
+  constexpr std::size_t kSubjectSeen = kSubjectShown + 1;
+  const std::size_t size = line.size();
+  TextRange first[3] = {};
+  TextRange last[4] = {};  // the last four words, the latest at index (count - 1) % 4
+  std::size_t count = 0;
+  bool found = false;
+  TextRange record = {0, 0};
+  for (std::size_t at = 0; at < size;) {
+    if (isSpace(line[at])) {
+      ++at;
+      continue;
+    }
+    TextRange word = {at, at};
+    while (word.end < size && !isSpace(line[word.end])) ++word.end;
+    at = word.end;
+    if (count < 3) first[count] = word;
+    last[count % 4] = word;
+    ++count;
+    // The first word that can begin a record within the line: three words one blank apart, a blank
+    // and a byte after them. Every later one shares its fate, since what decides it lies past the line.
+    if (!found && count >= 3) {
+      const TextRange& a = last[(count - 3) % 4];
+      const TextRange& b = last[(count - 2) % 4];
+      if (b.begin == a.end + 1 && word.begin == b.end + 1 && word.end + 1 < size) {
+        found = true;
+        record = {a.begin, std::min(size, word.end + 1 + kSubjectSeen)};
+      }
+    }
+  }
+  if (count < 4) return {{0, size}};
+  std::vector<TextRange> kept = {{0, std::min(size, first[2].end + 1 + kSubjectSeen)}};
+  if (found) kept.push_back(record);
+  kept.push_back({last[(count - 4) % 4].end, size});
+  return kept;
 }
 
 }  // namespace tarnwick

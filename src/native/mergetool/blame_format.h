@@ -1,17 +1,17 @@
-#ifndef UTILS_MERGETOOL_BLAME_PARSER_H
-#define UTILS_MERGETOOL_BLAME_PARSER_H
+#ifndef UTILS_MERGETOOL_BLAME_FORMAT_H
+#define UTILS_MERGETOOL_BLAME_FORMAT_H
+
+// The output of `git blame --line-porcelain`: its records, and its lines as they are held while
+// they arrive.
 
 #include <cstddef>
-#include <string>
 #include <string_view>
+#include <vector>
+
+#include "convert/text_range.h"
+#include "mergetool/record_window.h"
 
 namespace tarnwick {
-
-// A range of byte offsets [begin, end) into the blame text.
-struct TextSpan {
-  std::size_t begin = 0;
-  std::size_t end = 0;
-};
 
 // One record of `git blame --line-porcelain` output: the header line of one line of the file,
 // the commit's author, committer, summary, optional boundary and previous lines, the file name
@@ -19,11 +19,11 @@ struct TextSpan {
 struct BlameRecord {
   std::size_t begin = 0;  // where the record starts
   std::size_t end = 0;    // just past the line feed that ends the line itself
-  TextSpan commitId;      // the commit id at the start of the header line
-  TextSpan finalLine;     // the line's number in the final file (the header's second number)
-  TextSpan author;        // the author name
-  TextSpan authorTime;    // the author time
-  TextSpan line;          // the line as git writes it: a tab and the text (a CR stays at its end)
+  TextRange commitId;      // the commit id at the start of the header line
+  TextRange finalLine;     // the line's number in the final file (the header's second number)
+  TextRange author;        // the author name
+  TextRange authorTime;    // the author time
+  TextRange line;          // the line as git writes it: a tab and the text (a CR stays at its end)
 };
 
 // Finds the blame records of a text one after the other, each search starting where the
@@ -37,7 +37,6 @@ class BlameScanner {
   // Scans the `size` bytes at `blame`, trying only records that start before `limit` (what lies
   // from there on may not have arrived in full): see resumeAt.
   BlameScanner(const char* blame, std::size_t size, std::size_t limit);
-  explicit BlameScanner(const std::string& blame) : BlameScanner(blame.data(), blame.size(), blame.size()) {}
 
   // Returns the next record in `record`, or false when there is none before the limit.
   bool next(BlameRecord& record);
@@ -51,8 +50,8 @@ class BlameScanner {
   bool matchFromAuthor(std::size_t at, BlameRecord& record);
   bool matchFromCommitter(std::size_t at, BlameRecord& record);
   template <class Rest>
-  bool matchLooseField(std::size_t at, std::string_view keyword, std::string_view next, TextSpan& value, Rest rest);
-  std::size_t matchField(std::size_t at, std::string_view keyword, TextSpan* value);
+  bool matchLooseField(std::size_t at, std::string_view keyword, std::string_view next, TextRange& value, Rest rest);
+  std::size_t matchField(std::size_t at, std::string_view keyword, TextRange* value);
   std::size_t lineBreakAt(std::size_t at) const;
   std::size_t lineEnd(std::size_t at);
   bool startsWith(std::size_t at, std::string_view literal) const;
@@ -68,6 +67,25 @@ class BlameScanner {
   std::size_t failedAuthor_;
 };
 
+// Blame output's lines as the record window holds them: a record attempt reads at most 32 lines;
+// of a long line a record can still need its first and last 16 bytes (a keyword and the start of
+// its value), the last "author-mail" and "author-tz" a value could stop at, and the run of
+// hexadecimal digits and blanks that ends the line, where a record's header could begin; a run
+// ending a line is kept whole however long. With `keepContentLines`, a line that may be a
+// record's content line (one after "filename" and its value) is never trimmed: the view shows it.
+class BlameLines final : public RecordFormat {
+ public:
+  explicit BlameLines(bool keepContentLines) : keepContentLines_(keepContentLines) {}
+  std::size_t linesPerAttempt() const override;
+  bool counts(std::string_view) const override { return true; }
+  std::vector<TextRange> keptRanges(std::string_view line) const override;
+  std::string_view standIn() const override { return "x"; }  // a byte that no header or keyword holds
+  bool ended(std::string_view line) override;
+
+ private:
+  const bool keepContentLines_;
+  bool previousIsFilename_ = false;  // the last line was "filename" alone
+};
 
 }  // namespace tarnwick
 
