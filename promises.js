@@ -180,13 +180,5 @@ async function gafh() {
   return native.gafh.apply(null, arguments);
 }
 
-module.exports = {
-  cd,
-  smc,
-  grsh: hunkMethod('grsh', 0),
-  gruh: hunkMethod('gruh', 1),
-  grdh: hunkMethod('grdh', 2),
-  gafh,
-  mtgcld,
-  mtgch,
-};
+const methods = { cd, smc, grsh: hunkMethod('grsh', 0), gruh: hunkMethod('gruh', 1), grdh: hunkMethod('grdh', 2), gafh, mtgcld, mtgch };
+module.exports = require('./lib/methods').reduce((exported, { name }) => Object.assign(exported, { [name]: methods[name] }), {});

@@ -26,7 +26,7 @@ const { registryPackage, nodeRelease, moduleAbi } = require('./node-release');
 const { oldRoot, onRoot, SUITE } = require('./old-root');
 
 const root = path.join(__dirname, '..');
-const METHODS = ['cd', 'smc', 'grsh', 'gruh', 'grdh', 'gafh', 'mtgcld', 'mtgch'];
+const METHODS = require('../lib/methods').map((method) => method.name);
 const CONSUMER_HOSTS = ['10.11.0', 'installed', '24.21.0', '26.10.0'];
 const QEMU = ['qemu-aarch64', ['-L', '/usr/aarch64-linux-gnu']];
 const MACHINES = { x64: 'Advanced Micro Devices X86-64', arm64: 'AArch64' };

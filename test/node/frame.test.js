@@ -7,15 +7,21 @@ const { spawn, execFileSync } = require('child_process');
 const utils = require('../..');
 const { root, standInGit, withPath, inChild } = require('./support/repo');
 
-const METHODS = ['cd', 'smc', 'grsh', 'gruh', 'grdh', 'gafh', 'mtgcld', 'mtgch'];
+const METHODS = require('../../lib/methods').map((method) => method.name);
 
-test('the package exports the eight methods in table order, each named by its short name', () => {
-  assert.deepStrictEqual(Object.keys(utils), METHODS);
-  for (const name of METHODS) {
-    assert.strictEqual(typeof utils[name], 'function', name);
-    assert.strictEqual(utils[name].name, name);
+// The one list of methods is what both faces export, in order, each named by its short name, and
+// what the ES module entries and the typings declare.
+test('both faces export the list of methods in its order; the ES module entries and the typings declare them', () => {
+  for (const face of [utils, require('../../promises')]) {
+    assert.deepStrictEqual(Object.keys(face), METHODS);
+    assert.deepStrictEqual(Object.values(face).map((method) => typeof method === 'function' && method.name), METHODS);
   }
   assert.strictEqual(require(path.join(__dirname, '..', '..', 'build', 'Release', 'utils.node')), utils);
+  const read = (file) => require('fs').readFileSync(path.join(__dirname, '..', '..', file), 'utf8');
+  for (const entry of ['index.mjs', 'promises.mjs']) assert.match(read(entry), new RegExp(`export const \\{ ${METHODS.join(', ')} \\}`));
+  for (const typings of ['index.d.ts', 'promises.d.ts']) {
+    assert.deepStrictEqual([...read(typings).matchAll(/^export function (\w+)/gm)].map((m) => m[1]), METHODS, typings);
+  }
 });
 
 // Every context loads the module: a child that admits only context-aware add-ons loads it in a

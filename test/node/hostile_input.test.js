@@ -14,7 +14,7 @@ const utils = require('../..');
 const promises = require('../../promises');
 const { root, tempDir, git, makeRepo, commit, inChild, standInGit, withPath, ended } = require('./support/repo');
 
-const HUNK_METHODS = ['grsh', 'gruh', 'grdh'];
+const HUNK_METHODS = require('../../lib/methods').filter((method) => method.hunk).map((method) => method.name);
 
 // Returns a repository holding f.txt, changed in the work tree, and the patch of that change.
 function changedRepo() {

@@ -16,7 +16,7 @@ const { makeRepo, commit, git, tempDir } = require('./support/repo');
 
 const root = path.join(__dirname, '..', '..');
 
-const METHODS = ['cd', 'smc', 'grsh', 'gruh', 'grdh', 'gafh', 'mtgcld', 'mtgch'];
+const METHODS = require('../../lib/methods').map((method) => method.name);
 // Values that each method reads by the script's string conversion, as the twin does.
 const ODD = [undefined, null, 0, -0, 12.5, 10n, true, [1, '<'], { toString() { return 'a.txt'; } },
   { toString() { throw new Error('no'); } }, Symbol('s'), '', 'zo\u00eb \u{1f600}', 'a\ud800b', 'x\0y'];
