@@ -21,21 +21,11 @@ const realpath = promisify(fs.realpath);
 
 const NO_TEXT = Buffer.alloc(0);
 
-// Returns whether converted text bytes hold a lone surrogate: the binding writes one as the
-// three bytes ED A0..BF xx, which are not UTF-8; every other character it writes is.
-function holdsSurrogate(bytes) {
-  for (let at = bytes.indexOf(0xed); at >= 0; at = bytes.indexOf(0xed, at + 1)) {
-    if (bytes[at + 1] >= 0xa0) return true;
-  }
-  return false;
-}
-
-// Returns converted path bytes as the string that reaches git unchanged. A zero character would
-// end the name early and a lone surrogate has no UTF-8 form a child process can receive, so both
-// are refused before anything runs.
-function gitPath(bytes, name, value) {
-  if (bytes.includes(0)) throw invalidArgValue(name, value, 'must not contain a zero character');
-  if (holdsSurrogate(bytes)) throw invalidArgValue(name, value, 'must not contain a lone surrogate');
+// Returns a path argument as read (native.pathText) as the string that reaches git unchanged. A
+// zero character would end the name early and a lone surrogate has no UTF-8 form a child process
+// can receive, so both are refused before anything runs.
+function gitPath([bytes, unfit], name, value) {
+  if (unfit) throw invalidArgValue(name, value, `must not contain ${unfit}`);
   return bytes.toString('utf8');
 }
 
@@ -122,11 +112,11 @@ function hunkMethod(name, action) {
   const method = {
     async [name](patchText, repoPath, options) {
       const patch = native.text(patchText);
-      const repo = native.text(repoPath);
+      const repo = native.pathText(repoPath);
       const control = new CallControl(options);
       try {
         const folder = gitPath(repo, 'repoPath', repoPath);
-        return await inTurn(folder, control, () => drive(native.hunkCall(action, patch, repo, hostEnvironment()), folder, control));
+        return await inTurn(folder, control, () => drive(native.hunkCall(action, patch, repo[0], hostEnvironment()), folder, control));
       } finally {
         control.end();
       }
@@ -136,14 +126,14 @@ function hunkMethod(name, action) {
 }
 
 async function mtgcld(filePath, repoPath, selectedHash, options) {
-  const file = native.text(filePath);
-  const repo = native.text(repoPath);
+  const file = native.pathText(filePath);
+  const repo = native.pathText(repoPath);
   const selected = native.text(selectedHash);
   const control = new CallControl(options);
   try {
     const folder = gitPath(repo, 'repoPath', repoPath);
     gitPath(file, 'filePath', filePath);
-    return await drive(native.commitListCall(file, repo, selected, hostEnvironment()), folder, control);
+    return await drive(native.commitListCall(file[0], repo[0], selected, hostEnvironment()), folder, control);
   } finally {
     control.end();
   }
@@ -154,15 +144,15 @@ async function mtgch(filePath, repoPath, baseColor, contentText, options) {
   if (contentText !== null && typeof contentText === 'object' && contentText.toString === Object.prototype.toString) {
     throw invalidArgType('contentText', 'of type string or null', contentText);
   }
-  const file = native.text(filePath);
-  const repo = native.text(repoPath);
+  const file = native.pathText(filePath);
+  const repo = native.pathText(repoPath);
   const color = native.text(baseColor);
   const content = contentText === null ? NO_TEXT : native.text(contentText);
   const control = new CallControl(options);
   try {
     const folder = gitPath(repo, 'repoPath', repoPath);
     gitPath(file, 'filePath', filePath);
-    return await drive(native.codeViewCall(file, repo, color, content, hostEnvironment()), folder, control);
+    return await drive(native.codeViewCall(file[0], repo[0], color, content, hostEnvironment()), folder, control);
   } finally {
     control.end();
   }

@@ -54,11 +54,6 @@ ScriptChars readScriptChars(napi_env env, napi_value value) {
   return out;
 }
 
-std::string readScriptText(napi_env env, napi_value value) {
-  const TextBlock text = readScriptChars(env, value).read(false);
-  return std::string(text.data(), text.size());
-}
-
 Napi::Value makeScriptString(Napi::Env env, ScriptUnits units) {
   static const CreateExternal kLatin1 = externalMaker("node_api_create_external_string_latin1");
   static const CreateExternal kUtf16 = externalMaker("node_api_create_external_string_utf16");

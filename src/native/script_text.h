@@ -28,9 +28,6 @@ struct ScriptChars {
 // characters and lone surrogates stay.
 ScriptChars readScriptChars(napi_env env, napi_value value);
 
-// Returns the UTF-8 bytes of `value` as the synchronous add-on reads them.
-std::string readScriptText(napi_env env, napi_value value);
-
 // Returns `units` as a script string: handed over in place from 256 KB up where the host takes
 // external strings (Node-API's, found when the module loads), else copied; not made characters
 // are decoded with U+FFFD as the host's decoder would. An empty value when it is too long.

@@ -53,36 +53,11 @@ void forEachUtf16Slice(v8::Isolate* isolate, v8::Local<v8::String> text, Take ta
   }
 }
 
-// Returns the UTF-8 bytes of `value`, converting a non-string by the script's own rules. A
-// conversion that throws reads as the empty string, and zero characters stay in the result.
-// Gives the bytes of v8::String::Utf8Value (lone surrogates in their three-byte form) without its
-// length pass and extra copy: the characters are copied out flat and encoded here.
-std::string getStringFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value, std::size_t* units = nullptr) {
-  std::string out;
-  v8::Local<v8::String> text;
-  if (!scriptString(isolate, value, &text)) return out;
-  const int length = text->Length();
-  if (units != nullptr) *units = static_cast<std::size_t>(length);
-  if (length == 0) return out;
-  if (text->IsOneByte()) {
-    out.resize(static_cast<std::size_t>(length));
-    tarnwick::v8shims::writeOneByte(isolate, text, 0, length, reinterpret_cast<std::uint8_t*>(&out[0]));
-    const std::size_t ascii = tarnwick::asciiPrefixLength(out.data(), out.size());
-    if (ascii == out.size()) return out;
-    const std::string rest = out.substr(ascii);
-    out.resize(ascii);
-    tarnwick::appendLatin1AsUtf8(reinterpret_cast<const std::uint8_t*>(rest.data()), rest.size(), out);
-    return out;
-  }
-  out.reserve(static_cast<std::size_t>(length) * 3);
-  forEachUtf16Slice(isolate, text, [&](const std::uint16_t* units, std::size_t count) {
-    tarnwick::appendUtf16AsUtf8(units, count, out);
-  });
-  return out;
-}
-
-// Returns what getStringFromV8 returns, in page memory (see TextBlock), HTML-escaped when
-// `escapeHtml`.
+// Returns the UTF-8 bytes of `value` (see TextBlock), HTML-escaped when `escapeHtml`: a
+// non-string goes through the script's own conversion, one that throws reads as the empty string,
+// and zero characters stay. The bytes of v8::String::Utf8Value (lone surrogates in their
+// three-byte form), without its length pass and extra copy: the characters are copied out a
+// slice at a time and encoded here.
 tarnwick::TextBlock getTextFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value, bool escapeHtml) {
   v8::Local<v8::String> text;
   if (!scriptString(isolate, value, &text)) return tarnwick::TextBlock(0, true, escapeHtml);
@@ -100,6 +75,12 @@ tarnwick::TextBlock getTextFromV8(v8::Isolate* isolate, v8::Local<v8::Value> val
     forEachUtf16Slice(isolate, text, [&](const std::uint16_t* units, std::size_t count) { out.addUtf16(units, count); });
   }
   return out;
+}
+
+// Returns getTextFromV8's bytes, unescaped, as a string: the small arguments of the other methods.
+std::string getStringFromV8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+  const tarnwick::TextBlock text = getTextFromV8(isolate, value, false);
+  return std::string(text.data(), text.size());
 }
 
 // Returns argument `index`, or undefined past the end of the call's arguments.

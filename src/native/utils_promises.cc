@@ -146,8 +146,17 @@ Napi::Value getAdvancedFiltersHTML(const Napi::CallbackInfo& info) {
 
 // Returns a Buffer of the bytes the synchronous add-on reads from the argument.
 Napi::Value text(const Napi::CallbackInfo& info) {
-  const std::string bytes = tarnwick::readScriptText(info.Env(), info[0]);
+  const tarnwick::TextBlock bytes = tarnwick::readScriptChars(info.Env(), info[0]).read(false);
   return Napi::Buffer<char>::Copy(info.Env(), bytes.data(), bytes.size());
+}
+
+// Returns [bytes, what makes them no path ("" when nothing does)] of a path argument.
+Napi::Value pathText(const Napi::CallbackInfo& info) {
+  const tarnwick::TextBlock bytes = tarnwick::readScriptChars(info.Env(), info[0]).read(false);
+  Napi::Array out = Napi::Array::New(info.Env(), 2);
+  out.Set(0u, Napi::Buffer<char>::Copy(info.Env(), bytes.data(), bytes.size()));
+  out.Set(1u, Napi::String::New(info.Env(), bytes.unfitForPath()));
+  return out;
 }
 
 // (filePath, repoPath, baseColor, contentText, environment): the call behind "mtgch".
@@ -262,6 +271,7 @@ Napi::Object init(Napi::Env env, Napi::Object exports) {
       {"smc", safely<styleMergeConflicts>},
       {"gafh", safely<getAdvancedFiltersHTML>},
       {"text", safely<text>},
+      {"pathText", safely<pathText>},
       {"codeViewCall", safely<codeViewCall>},
       {"commitListCall", safely<commitListCall>},
       {"hunkCall", safely<hunkCall>},

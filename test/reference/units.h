@@ -23,11 +23,12 @@ inline bool wellFormed(const std::u16string& units) {
   return true;
 }
 
-// Returns appendUtf16AsUtf8's bytes for `units`, appended to a text that is already there.
+// Returns utf16ToUtf8's bytes for `units`.
 inline std::string encode(const std::u16string& units) {
-  std::string out = "x";
-  tarnwick::appendUtf16AsUtf8(reinterpret_cast<const std::uint16_t*>(units.data()), units.size(), out);
-  return out[0] == 'x' ? out.substr(1) : "(overwritten)";
+  std::string out(3 * units.size(), '\0');
+  tarnwick::Utf8Tally tally;
+  out.resize(tarnwick::utf16ToUtf8(reinterpret_cast<const std::uint16_t*>(units.data()), units.size(), &out[0], false, &tally));
+  return out;
 }
 
 // Returns what decodeUtf8 makes of `bytes`, or nothing when it rejects them.

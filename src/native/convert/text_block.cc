@@ -1,5 +1,7 @@
 #include "convert/text_block.h"
 
+#include <cstring>
+
 namespace tarnwick {
 
 TextBlock::TextBlock(std::size_t units, bool oneByte, bool escapeHtml)
@@ -7,6 +9,11 @@ TextBlock::TextBlock(std::size_t units, bool oneByte, bool escapeHtml)
   // The most bytes a character can take: two from one byte, three from a UTF-16 unit, five as an
   // entity.
   if (units > 0) bytes_ = PageBlock::acquire((escapeHtml ? 5 : oneByte ? 2 : 3) * units);
+}
+
+const char* TextBlock::unfitForPath() const {
+  if (size_ > 0 && std::memchr(bytes_.data(), 0, size_) != nullptr) return "a zero character";
+  return tally_.loneSurrogate ? "a lone surrogate" : "";
 }
 
 void TextBlock::addLatin1(const std::uint8_t* chars, std::size_t count) {

@@ -29,6 +29,9 @@ class TextBlock {
   std::size_t units() const { return units_ + tally_.escapeBytes; }
   // Returns whether every character read fits in one byte.
   bool oneByte() const { return !tally_.pastLatin1; }
+  // Returns what makes the text no name a file can have: "a zero character" (the system would end
+  // the name there) or "a lone surrogate" (it has no UTF-8 form to hand over), else "".
+  const char* unfitForPath() const;
 
  private:
   PageBlock bytes_;

@@ -1,7 +1,6 @@
 #include "convert/utf8_codec.h"
 
 #include <cstring>
-#include <memory>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -223,6 +222,7 @@ std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* ou
       *p++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
       *p++ = static_cast<char>(0x80 | (c & 0x3F));
     } else {
+      if (u >= 0xD800 && u < 0xE000) tally->loneSurrogate = true;
       *p++ = static_cast<char>(0xE0 | (u >> 12));
       *p++ = static_cast<char>(0x80 | ((u >> 6) & 0x3F));
       *p++ = static_cast<char>(0x80 | (u & 0x3F));
@@ -233,37 +233,14 @@ std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* ou
 
 }  // namespace
 
-std::size_t latin1ToUtf8(const std::uint8_t* chars, std::size_t length, char* out) {
-  Utf8Tally tally;
-  return latin1ToUtf8<false>(chars, length, out, &tally);
-}
-
 std::size_t latin1ToUtf8(const std::uint8_t* chars, std::size_t length, char* out, bool escapeHtml,
                          Utf8Tally* tally) {
   return escapeHtml ? latin1ToUtf8<true>(chars, length, out, tally) : latin1ToUtf8<false>(chars, length, out, tally);
 }
 
-void appendLatin1AsUtf8(const std::uint8_t* chars, std::size_t length, std::string& out) {
-  const std::size_t start = out.size();
-  out.resize(start + 2 * length);
-  out.resize(start + latin1ToUtf8(chars, length, &out[start]));
-}
-
-std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* out) {
-  Utf8Tally tally;
-  return utf16ToUtf8<false>(units, length, out, &tally);
-}
-
 std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* out, bool escapeHtml,
                         Utf8Tally* tally) {
   return escapeHtml ? utf16ToUtf8<true>(units, length, out, tally) : utf16ToUtf8<false>(units, length, out, tally);
-}
-
-void appendUtf16AsUtf8(const std::uint16_t* units, std::size_t length, std::string& out) {
-  // Encoding into an uninitialised buffer of the largest size and appending what was written
-  // costs one copy, less than zeroing the largest size or counting the exact one first.
-  std::unique_ptr<char[]> buffer(new char[3 * length + 1]);
-  out.append(buffer.get(), utf16ToUtf8(units, length, buffer.get()));
 }
 
 std::ptrdiff_t decodeUtf8(const char* text, std::size_t length, std::uint16_t* out) {

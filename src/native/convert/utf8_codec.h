@@ -7,34 +7,26 @@
 
 namespace tarnwick {
 
-// Writes the UTF-8 form of `length` Latin-1 characters (a one-byte script string) to `out`, which
-// has room for 2 * length bytes, and returns the number of bytes written.
-std::size_t latin1ToUtf8(const std::uint8_t* chars, std::size_t length, char* out);
-
-// Writes the UTF-8 form of `length` UTF-16 code units to `out`, which has room for 3 * length
-// bytes, and returns the number of bytes written. A surrogate pair becomes one four-byte
-// sequence; a lone surrogate becomes the three-byte form of its own value, which is what the
-// host's own UTF-8 conversion writes for it.
-std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* out);
-
 // What a conversion below met, added up over the calls it is given to.
 struct Utf8Tally {
   // The bytes that escaping added: four for each "&", three for each "<" and ">".
   std::size_t escapeBytes = 0;
-  // Whether a UTF-16 unit past Latin-1 (above U+00FF) was seen.
+  // Whether a UTF-16 unit past Latin-1 (above U+00FF) was seen, and a lone surrogate (written in
+  // the three-byte form of its own value, which is no UTF-8).
   bool pastLatin1 = false;
+  bool loneSurrogate = false;
 };
 
-// latin1ToUtf8 and utf16ToUtf8, with "&", "<" and ">" written as &amp; &lt; &gt; when
-// `escapeHtml` (`out` then has room for 5 * length bytes), adding to `tally` what they met.
+// Writes the UTF-8 form of `length` Latin-1 characters (a one-byte script string) to `out`, which
+// has room for 2 * length bytes (5 * length when `escapeHtml`), and returns the number of bytes
+// written; adds to `tally` what it met. With `escapeHtml`, "&", "<" and ">" are written as &amp;
+// &lt; &gt;.
 std::size_t latin1ToUtf8(const std::uint8_t* chars, std::size_t length, char* out, bool escapeHtml, Utf8Tally* tally);
+
+// The same for `length` UTF-16 code units, with room for 3 * length bytes (5 * length when
+// `escapeHtml`). A surrogate pair becomes one four-byte sequence; a lone surrogate becomes the
+// three-byte form of its own value, which is what the host's own UTF-8 conversion writes for it.
 std::size_t utf16ToUtf8(const std::uint16_t* units, std::size_t length, char* out, bool escapeHtml, Utf8Tally* tally);
-
-// Appends the UTF-8 form of `length` Latin-1 characters to `out`.
-void appendLatin1AsUtf8(const std::uint8_t* chars, std::size_t length, std::string& out);
-
-// Appends the UTF-8 form of `length` UTF-16 code units to `out`, as utf16ToUtf8 writes it.
-void appendUtf16AsUtf8(const std::uint16_t* units, std::size_t length, std::string& out);
 
 // Returns the fewest UTF-16 code units that `length` bytes decode to: one for each byte that is not
 // a continuation byte, since each of those begins a character or a replacement character.
