@@ -101,6 +101,11 @@ TEST(RenderCodeView, StopsPastTheLongestString) {
   std::size_t fed = 0;
   while (fed < blame.size() && small.take(blame.data() + fed, 50)) fed += 50;
   EXPECT_LT(fed, blame.size() / 2);
+  // A content line it would show stops it once the line alone is past, before the line ends.
+  const std::string start = record("abc", "1 1", "\t").substr(0, record("abc", "1 1", "\t").size() - 1);
+  tarnwick::CodeViewRenderer oneLine("ffffff", "", 1000);
+  EXPECT_TRUE(oneLine.take(start.data(), start.size()) && oneLine.take(std::string(999, 'x').data(), 999));
+  EXPECT_FALSE(oneLine.take("x", 1));
 }
 
 // Of a long line that no record can show, what is held stays small however long it grows, also

@@ -154,7 +154,7 @@ test('a configuration that is no plain file only the user can change runs nothin
   const fifo = path.join(tempDir(), 'fifo');
   execFileSync('mkfifo', [fifo]);
   git(repo, ['config', 'include.path', fifo]);
-  const writer = spawn('sh', ['-c', `while :; do printf '[core]\\n' > '${fifo}'; done`], { stdio: 'ignore' });
+  const writer = spawn('sh', ['-c', `trap '' PIPE; while :; do printf '[core]\\n' > '${fifo}'; done`], { stdio: 'ignore' });
   try {
     assert.deepStrictEqual([utils.mtgch('f.txt', repo, 'fff', null), utils.grsh(patch, repo)], ['', false]);
     await assert.rejects(promises.mtgcld('f.txt', repo, ''), { code: 'GIT_UNSAFE_REPOSITORY' });

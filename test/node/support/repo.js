@@ -96,6 +96,17 @@ function inChild(fn, args = [], flags = []) {
   return run.status === 0 ? JSON.parse(run.stdout) : { status: run.status, signal: run.signal, stderr: run.stderr };
 }
 
+// Runs `call` on each face in a child and returns, for each, the digest and length of what it
+// answered ({ code } for a rejection, "undefined") and the child's peak memory in MB.
+function inChildren(call, ...args) {
+  return ['index.js', 'promises.js'].map((entry) => inChild(async (face, source, more) => {
+    const value = await Promise.resolve().then(() => eval(source)(require(face), ...more)).catch((e) => ({ code: e.code })); // eslint-disable-line no-eval
+    const peak = /VmHWM:\s+(\d+)/.exec(require('fs').readFileSync('/proc/self/status', 'utf8'))[1] / 1024;
+    const answer = typeof value === 'string' ? [require('crypto').createHash('sha256').update(value).digest('hex'), value.length] : value;
+    return { answer: answer === undefined ? 'undefined' : answer, peak };
+  }, [path.join(__dirname, '..', '..', '..', entry), String(call), args]));
+}
+
 // Returns whether a process still runs (a zombie waiting to be reaped has ended).
 function running(pid) {
   try {
@@ -112,5 +123,5 @@ async function ended(pid) {
 }
 
 module.exports = {
-  root: path.join(__dirname, '..', '..', '..'), tempDir, git, makeRepo, commit, standInGit, withPath, inChild, running, ended,
+  root: path.join(__dirname, '..', '..', '..'), tempDir, git, makeRepo, commit, standInGit, withPath, inChild, inChildren, running, ended,
 };
