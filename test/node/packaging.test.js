@@ -1,6 +1,6 @@
 'use strict';
 // Which prebuilt binary the loader takes for a host, its one line when there is none, and the
-// offline source build for Electron.
+// source build for Electron hosts.
 const test = require('node:test');
 const assert = require('node:assert');
 const fs = require('fs');
@@ -36,16 +36,37 @@ test('a host with no binary of its own gets one line naming it, its module ABI a
   });
 });
 
-test('offline, npm\'s Electron settings with npm_config_nodedir build against the headers there, with no address to fetch from', () => {
+// Runs the build script with a stand-in node-gyp and npm's settings `env`; returns its status, its
+// error output, and the arguments and nodedir setting node-gyp received.
+function build(env) {
   const dir = packageWith([]);
-  fs.mkdirSync(path.join(dir, 'include', 'node'), { recursive: true });
-  fs.writeFileSync(path.join(dir, 'include', 'node', 'node.h'), '');
-  fs.writeFileSync(path.join(dir, 'node-gyp.js'), `require('fs').writeFileSync(${JSON.stringify(path.join(dir, 'seen'))}, JSON.stringify(process.argv.slice(2)));`);
-  const env = Object.fromEntries(Object.entries(process.env).filter(([key]) => !/^npm_config_/.test(key)));
-  const run = spawnSync(process.execPath, [path.join(__dirname, '..', '..', 'scripts', 'build-addon.js')], {
-    env: { ...env, npm_config_node_gyp: path.join(dir, 'node-gyp.js'), npm_config_runtime: 'electron', npm_config_target: '30.1.0', npm_config_nodedir: dir },
-    encoding: 'utf8',
+  fs.writeFileSync(path.join(dir, 'node-gyp.js'), `require('fs').writeFileSync(${JSON.stringify(path.join(dir, 'seen'))}, JSON.stringify([process.argv.slice(2), process.env.npm_config_nodedir ?? null]));`);
+  const clean = Object.fromEntries(Object.entries(process.env).filter(([key]) => !/^npm_config_/.test(key)));
+  const run = spawnSync(process.execPath, [path.join(__dirname, '..', '..', 'scripts', 'build-addon.js')],
+    { env: { ...clean, npm_config_node_gyp: path.join(dir, 'node-gyp.js'), ...env(dir) }, encoding: 'utf8' });
+  const seen = path.join(dir, 'seen');
+  const [args, nodedir] = fs.existsSync(seen) ? JSON.parse(fs.readFileSync(seen, 'utf8')) : [];
+  return { status: run.status, stderr: run.stderr, args, nodedir, dir };
+}
+
+// An Electron application's .npmrc settings reach node-gyp: its headers from an address, or offline
+// from the folder npm_config_nodedir names; incomplete ones fail in one line; none build for this Node.
+test('npm\'s Electron settings reach node-gyp, online or offline; without them the build uses this Node', () => {
+  const electron = { npm_config_runtime: 'electron', npm_config_target: '30.1.0' };
+  const online = build(() => ({ ...electron, npm_config_disturl: 'http://127.0.0.1:9/h', npm_config_nodedir: '/usr' }));
+  assert.deepStrictEqual([online.status, online.args, online.nodedir],
+    [0, ['rebuild', '--runtime=electron', '--target=30.1.0', '--dist-url=http://127.0.0.1:9/h', '--jobs=max'], null], online.stderr);
+  const offline = build((dir) => {
+    fs.mkdirSync(path.join(dir, 'include', 'node'), { recursive: true });
+    fs.writeFileSync(path.join(dir, 'include', 'node', 'node.h'), '');
+    return { ...electron, npm_config_nodedir: dir };
   });
-  assert.strictEqual(run.status, 0, run.stderr);
-  assert.deepStrictEqual(JSON.parse(fs.readFileSync(path.join(dir, 'seen'), 'utf8')), ['rebuild', '--runtime=electron', '--target=30.1.0', `--nodedir=${dir}`, '--jobs=max']);
+  assert.deepStrictEqual([offline.status, offline.args], [0, ['rebuild', '--runtime=electron', '--target=30.1.0', `--nodedir=${offline.dir}`, '--jobs=max']], offline.stderr);
+  const incomplete = build(() => ({ npm_config_runtime: 'electron' }));
+  assert.notStrictEqual(incomplete.status, 0);
+  assert.match(incomplete.stderr, /^utils: cannot build the add-on: .*npm_config_target.*\n$/);
+  assert.strictEqual(incomplete.args, undefined);
+  const node = build(() => ({ npm_config_nodedir: '/usr' }));
+  assert.strictEqual(node.status, 0, node.stderr);
+  assert.match(node.args[1], /^--nodedir=/);
 });
