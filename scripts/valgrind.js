@@ -1,6 +1,6 @@
 'use strict';
-// Runs the Node tests of the module frame and of the promise face, which between them call every
-// method of both faces (a worker thread and real git included), in Node under valgrind's
+// Runs the Node tests of the module frame and of the git runs, which between them call every
+// method of both faces in the test process (real git included), in Node under valgrind's
 // memcheck. Fails when valgrind reports an error with a frame in utils.node or
 // utils_promises.node, or when a test itself fails. Errors only inside Node or its libraries are
 // listed but do not fail the run: they are not ours to fix. Leaks are not checked (Node frees
@@ -13,7 +13,7 @@ const { spawnSync } = require('child_process');
 const root = path.join(__dirname, '..');
 const addon = path.join(root, 'build', 'Release', 'utils.node');
 const ourModules = ['utils.node', 'utils_promises.node'];
-const testFiles = ['frame.test.js', 'promises.test.js'];
+const testFiles = ['frame.test.js', 'git_runs.test.js'];
 
 function fail(message) {
   process.stderr.write(`utils valgrind: ${message}\n`);
