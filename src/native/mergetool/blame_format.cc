@@ -53,16 +53,23 @@ std::size_t BlameScanner::lineBreakAt(std::size_t at) const {
   return kNone;
 }
 
+// Returns where the value of `keyword` at `at` begins: after the keyword and one whitespace
+// character, where a value can stand (not at a line feed); else kNone.
+std::size_t BlameScanner::valueStart(std::size_t at, std::string_view keyword) const {
+  if (!startsWith(at, keyword)) return kNone;
+  const std::size_t blank = at + keyword.size();
+  if (blank >= size_ || !isSpace(text_[blank])) return kNone;
+  const std::size_t begin = blank + 1;
+  return begin >= size_ || text_[begin] == '\n' ? kNone : begin;
+}
+
 // Matches `keyword`, one whitespace character, a non-empty value and a line break at `at`;
 // returns the offset after the line break, or kNone. The value runs to the end of its line (a
 // CR before the line feed belongs to it); when the whitespace is a line feed the value is the
 // whole next line.
 std::size_t BlameScanner::matchField(std::size_t at, std::string_view keyword, TextRange* value) {
-  if (!startsWith(at, keyword)) return kNone;
-  const std::size_t blank = at + keyword.size();
-  if (blank >= size_ || !isSpace(text_[blank])) return kNone;
-  const std::size_t begin = blank + 1;
-  if (begin >= size_ || text_[begin] == '\n') return kNone;
+  const std::size_t begin = valueStart(at, keyword);
+  if (begin == kNone) return kNone;
   const std::size_t end = lineEnd(begin);
   if (end >= size_) return kNone;
   if (value != nullptr) *value = {begin, end};
@@ -77,11 +84,8 @@ std::size_t BlameScanner::matchField(std::size_t at, std::string_view keyword, T
 template <class Rest>
 bool BlameScanner::matchLooseField(std::size_t at, std::string_view keyword, std::string_view next,
                                    TextRange& value, Rest rest) {
-  if (!startsWith(at, keyword)) return false;
-  const std::size_t blank = at + keyword.size();
-  if (blank >= size_ || !isSpace(text_[blank])) return false;
-  const std::size_t begin = blank + 1;
-  if (begin >= size_ || text_[begin] == '\n') return false;
+  const std::size_t begin = valueStart(at, keyword);
+  if (begin == kNone) return false;
   const std::size_t end = lineEnd(begin);
   std::size_t failed[4];
   std::size_t failedCount = 0;

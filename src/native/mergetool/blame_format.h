@@ -52,6 +52,7 @@ class BlameScanner {
   template <class Rest>
   bool matchLooseField(std::size_t at, std::string_view keyword, std::string_view next, TextRange& value, Rest rest);
   std::size_t matchField(std::size_t at, std::string_view keyword, TextRange* value);
+  std::size_t valueStart(std::size_t at, std::string_view keyword) const;
   std::size_t lineBreakAt(std::size_t at) const;
   std::size_t lineEnd(std::size_t at);
   bool startsWith(std::size_t at, std::string_view literal) const;
