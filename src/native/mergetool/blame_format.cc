@@ -166,26 +166,22 @@ bool BlameScanner::matchAt(std::size_t start, std::size_t idEnd, BlameRecord& re
   while (at < size_ && isDigit(text_[at])) ++at;
   if (at == finalLine) return false;
   const std::size_t finalEnd = at;
-  // With the line count first, then without it.
-  if (finalEnd + 1 < size_ && isSpace(text_[finalEnd]) && isDigit(text_[finalEnd + 1])) {
-    std::size_t countEnd = finalEnd + 1;
-    while (countEnd < size_ && isDigit(text_[countEnd])) ++countEnd;
-    const std::size_t author = lineBreakAt(countEnd);
-    if (author != kNone && matchFromAuthor(author, record)) {
-      record.begin = start;
-      record.commitId = {start, idEnd};
-      record.finalLine = {finalLine, finalEnd};
-      return true;
-    }
-  }
-  const std::size_t author = lineBreakAt(finalEnd);
-  if (author != kNone && matchFromAuthor(author, record)) {
+  // The rest of the record, from a line break at `end`.
+  const auto restFrom = [&](std::size_t end) {
+    const std::size_t author = lineBreakAt(end);
+    if (author == kNone || !matchFromAuthor(author, record)) return false;
     record.begin = start;
     record.commitId = {start, idEnd};
     record.finalLine = {finalLine, finalEnd};
     return true;
+  };
+  // With the line count first, then without it.
+  if (finalEnd + 1 < size_ && isSpace(text_[finalEnd]) && isDigit(text_[finalEnd + 1])) {
+    std::size_t countEnd = finalEnd + 1;
+    while (countEnd < size_ && isDigit(text_[countEnd])) ++countEnd;
+    if (restFrom(countEnd)) return true;
   }
-  return false;
+  return restFrom(finalEnd);
 }
 
 bool BlameScanner::next(BlameRecord& record) {
