@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <string>
 
-#include "command/exec.h"
+#include "git_samples.h"
 #include "command/shell_quote.h"
 #include "commit_log_reference.h"
 #include "in_pieces.h"
@@ -47,17 +47,16 @@ const std::string& logOutput() {
     char folder[] = "/tmp/utils-bench-log-XXXXXX";
     const std::string repo = mkdtemp(folder);
     const std::string cd = "cd " + tarnwick::quoteForShell(repo) + " && ";
-    tarnwick::exec(cd + "git init -q -b main", ".");
+    reference::runShell(cd + "git init -q -b main");
     FILE* import = popen((cd + "git fast-import --quiet").c_str(), "w");
     const std::string stream = importStream(1500);
     std::fwrite(stream.data(), 1, stream.size(), import);
     pclose(import);
-    tarnwick::exec(cd + "git reset -q --hard", ".");  // git log needs the path in the work tree
-    std::string out = tarnwick::exec(tarnwick::gitCommandLine({"log", "--no-ext-diff", "--no-color", "--follow",
-                                                               "--pretty=%h %H %at %s", "--name-status", "--", kFile}),
-                                     repo)
-                          .output;
-    tarnwick::exec("rm -rf " + tarnwick::quoteForShell(repo), ".");
+    reference::runShell(cd + "git reset -q --hard");  // git log needs the path in the work tree
+    std::string out = reference::runShell(tarnwick::gitCommandLine({"log", "--no-ext-diff", "--no-color", "--follow",
+                                                                    "--pretty=%h %H %at %s", "--name-status", "--", kFile}),
+                                          repo);
+    reference::runShell("rm -rf " + tarnwick::quoteForShell(repo));
     return out;
   }();
   return log;

@@ -85,8 +85,8 @@ Napi::Array stringArray(Napi::Env env, const std::vector<std::string>& words) {
 // millisecond); a view is finished and decoded on the pool.
 struct CallInProgress {
   std::shared_ptr<tarnwick::GitCall> call;
-  std::shared_ptr<tarnwick::ViewCall> view;      // set for a view
-  std::shared_ptr<tarnwick::HunkCall> hunk;      // set for a hunk
+  std::shared_ptr<tarnwick::ViewCall> view;  // the same call for a view; null for a hunk
+  bool finished = false;
 };
 
 Napi::Value callInProgress(Napi::Env env, CallInProgress* held) {
@@ -179,9 +179,8 @@ Napi::Value hunkCall(const Napi::CallbackInfo& info) {
   const uint32_t index = info[0].ToNumber().Uint32Value();
   if (index > 2) throw Napi::RangeError::New(info.Env(), "unknown hunk action");
   auto* held = new CallInProgress();
-  held->hunk = std::make_shared<tarnwick::HunkCall>(kActions[index], bufferText(info, 1), bufferText(info, 2),
+  held->call = std::make_shared<tarnwick::HunkCall>(kActions[index], bufferText(info, 1), bufferText(info, 2),
                                                     environmentArgument(info, 3));
-  held->call = held->hunk;
   return callInProgress(info.Env(), held);
 }
 
@@ -219,19 +218,17 @@ Napi::Value finish(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
   CallInProgress& held = callArgument(info);
   static const char* const kFailures[] = {"", "git", "nogit", "unsafe", "lfs"};
-  tarnwick::CallFailure failure = held.call->failure();
-  if (failure == tarnwick::CallFailure::kNone && held.hunk && !held.hunk->applied()) {
-    failure = tarnwick::CallFailure::kGitFailed;  // git exited 0 and printed an error of its own
-  }
+  const tarnwick::CallFailure failure = held.call->failure();
   if (failure != tarnwick::CallFailure::kNone) {
     Napi::Object out = Napi::Object::New(env);
     out.Set("failure", Napi::String::New(env, kFailures[static_cast<int>(failure)]));
     out.Set("words", stringArray(env, held.call->failedWords()));
     return out;
   }
-  if (held.hunk) return Napi::Boolean::New(env, true);
-  std::shared_ptr<tarnwick::ViewCall> view = std::move(held.view);
-  if (!view) throw Napi::Error::New(env, "the view is finished");
+  if (!held.view) return Napi::Boolean::New(env, true);
+  if (held.finished) throw Napi::Error::New(env, "the view is finished");
+  held.finished = true;
+  std::shared_ptr<tarnwick::ViewCall> view = held.view;
   return RenderWorker::start(env, [view] {
     const std::optional<std::string> text = view->finish();
     if (text) return unitsOf(*text);

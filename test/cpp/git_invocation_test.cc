@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "command/exec.h"
+#include "git_samples.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ TEST(GitInvocation, ShellReadsTheCommandLineIntoTheWords) {
     const std::vector<std::string> words = {"-c", "filter." + path + ".clean=", "log", "--pretty=%h %H", "--", path};
     const std::string line = tarnwick::gitCommandLine(words);
     ASSERT_EQ(line.substr(0, 4), "git ");
-    EXPECT_EQ(tarnwick::exec("printf '[%s]' " + line.substr(4), ".").output, joined(words)) << path;
+    EXPECT_EQ(reference::runShell("printf '[%s]' " + line.substr(4)), joined(words)) << path;
   }
   EXPECT_EQ(tarnwick::gitCommandLine({"log", "--pretty=%h %H", "a.txt"}), "git log \"--pretty=%h %H\" a.txt");
 }

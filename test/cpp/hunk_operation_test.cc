@@ -43,6 +43,7 @@ TEST(HunkCall, AnswersWhatGitDid) {
       call.take(text.data(), text.size());
       call.ended(status, false);
       EXPECT_EQ(call.applied(), clean && status == 0) << text << status;
+      EXPECT_EQ(call.failure() == tarnwick::CallFailure::kNone, call.applied()) << text << status;
     }
   }
   reference::removeFolder(folder);

@@ -1,6 +1,5 @@
 #include "command/exec.h"
 
-#include "command/output_pieces.h"
 
 #include <dlfcn.h>
 #include <errno.h>
@@ -161,8 +160,8 @@ class SpawnSetup {
   // session of its own where the system offers one (so that nothing it opens, such as /dev/tty,
   // can stop it waiting on the host's terminal), with no signal blocked and SIGPIPE at its
   // default, whatever the host (Node ignores SIGPIPE) set for itself; `input` < 0 gives it
-  // /dev/null to read, and `caller` becomes its descriptor 3.
-  bool prepare(const std::string& folder, FolderEntry entry, int input, int output, int errors, int caller) {
+  // /dev/null to read, its errors go to /dev/null, and `caller` becomes its descriptor 3.
+  bool prepare(const std::string& folder, FolderEntry entry, int input, int output, int caller) {
     sigset_t none;
     sigset_t pipeSignal;
     sigemptyset(&none);
@@ -178,7 +177,7 @@ class SpawnSetup {
            (input >= 0 ? posix_spawn_file_actions_adddup2(&actions_, input, 0) == 0
                        : posix_spawn_file_actions_addopen(&actions_, 0, "/dev/null", O_RDONLY, 0) == 0) &&
            posix_spawn_file_actions_adddup2(&actions_, output, 1) == 0 &&
-           (errors < 0 || posix_spawn_file_actions_adddup2(&actions_, errors, 2) == 0) &&
+           posix_spawn_file_actions_addopen(&actions_, 2, "/dev/null", O_WRONLY, 0) == 0 &&
            posix_spawn_file_actions_adddup2(&actions_, caller, 3) == 0;
   }
 
@@ -236,23 +235,19 @@ int millisecondsTo(std::chrono::steady_clock::time_point deadline) {
   return left.count() < 0 ? 0 : static_cast<int>(std::min<long long>(left.count(), INT_MAX));
 }
 
-// How much of a command's standard error is kept: its first lines say what failed.
-constexpr std::size_t kKeptErrors = 64 * 1024;
-
 // How a drain ended.
 enum class Drained { kAll, kStopped, kOutOfTime };
 
-// Writes `input` to the child and reads its output and errors until each pipe reaches its end, so
-// that none can fill up and stall the child, or until `out` stops it or the time limit passes.
-Drained drain(Descriptor& input, std::string_view pending, Descriptor& output, Descriptor& errors, OutputSink& out,
-              std::string& errorText, unsigned timeLimitMs) {
+// Writes `input` to the child and reads its output until the pipe reaches its end, so that
+// neither can fill up and stall the child, or until `out` stops it or the time limit passes.
+Drained drain(Descriptor& input, std::string_view pending, Descriptor& output, OutputSink* out, unsigned timeLimitMs) {
   std::unique_ptr<char[]> buffer(new char[65536]);
   const PipeSignalHeld held;
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeLimitMs);
   if (input.get() >= 0) fcntl(input.get(), F_SETFL, fcntl(input.get(), F_GETFL) | O_NONBLOCK);
-  while (output.get() >= 0 || errors.get() >= 0 || input.get() >= 0) {
-    pollfd fds[3] = {{output.get(), POLLIN, 0}, {errors.get(), POLLIN, 0}, {input.get(), POLLOUT, 0}};
-    const int ready = poll(fds, 3, timeLimitMs == 0 ? -1 : millisecondsTo(deadline));
+  while (output.get() >= 0 || input.get() >= 0) {
+    pollfd fds[2] = {{output.get(), POLLIN, 0}, {input.get(), POLLOUT, 0}};
+    const int ready = poll(fds, 2, timeLimitMs == 0 ? -1 : millisecondsTo(deadline));
     if (ready < 0) {
       if (errno == EINTR) continue;
       return Drained::kAll;
@@ -261,14 +256,9 @@ Drained drain(Descriptor& input, std::string_view pending, Descriptor& output, D
     if (fds[0].revents != 0) {
       const std::size_t got = readSome(output.get(), buffer.get(), 65536);
       if (got == 0) output.close();
-      if (got > 0 && !out.take(buffer.get(), got)) return Drained::kStopped;
+      if (got > 0 && out != nullptr && !out->take(buffer.get(), got)) return Drained::kStopped;
     }
     if (fds[1].revents != 0) {
-      const std::size_t got = readSome(errors.get(), buffer.get(), 65536);
-      if (got == 0) errors.close();
-      errorText.append(buffer.get(), std::min(got, kKeptErrors - std::min(kKeptErrors, errorText.size())));
-    }
-    if (fds[2].revents != 0) {
       const ssize_t written = write(input.get(), pending.data(), pending.size());
       if (written > 0) pending.remove_prefix(static_cast<std::size_t>(written));
       if (pending.empty() || (written < 0 && errno != EINTR && errno != EAGAIN)) input.close();
@@ -308,12 +298,8 @@ CommandResult exec(const std::string& command, const std::string& folder, const 
   }
   Pipe input;
   Pipe output;
-  Pipe errors;
   Pipe caller;
-  if (!output.open() || !caller.open() || (options.captureErrors && !errors.open()) ||
-      (!options.input.empty() && !input.open())) {
-    return result;
-  }
+  if (!output.open() || !caller.open() || (!options.input.empty() && !input.open())) return result;
   // Put in place as descriptor 3, a descriptor that already is 3 would keep its close-on-exec.
   if (caller.read.get() == 3) {
     const int moved = fcntl(3, F_DUPFD_CLOEXEC, 4);
@@ -324,7 +310,7 @@ CommandResult exec(const std::string& command, const std::string& folder, const 
   const FolderEntry entry = chosenFolderEntry();
   SpawnSetup setup;
   if (!setup.prepare(folder, entry, options.input.empty() ? -1 : input.read.get(), output.write.get(),
-                     options.captureErrors ? errors.write.get() : -1, caller.read.get())) {
+                     caller.read.get())) {
     return result;
   }
   char shell[] = "sh";
@@ -343,15 +329,10 @@ CommandResult exec(const std::string& command, const std::string& folder, const 
   if (posix_spawn(&pid, "/bin/sh", setup.actions(), setup.attributes(), argv, envp) != 0) return result;
   input.read.close();
   output.write.close();
-  errors.write.close();
   caller.read.close();
-  StringSink collected(result.output);
-  OutputSink& sink = options.output != nullptr ? *options.output : collected;
-  FgetsPieces pieces(sink);
   Drained drained = Drained::kAll;
   try {
-    drained = drain(input.write, options.input, output.read, errors.read,
-                    options.exactOutput ? sink : static_cast<OutputSink&>(pieces), result.errors, options.timeLimitMs);
+    drained = drain(input.write, options.input, output.read, options.output, options.timeLimitMs);
   } catch (...) {
     // The child and whatever it started are ended first, so the wait cannot hang.
     kill(-pid, SIGKILL);
@@ -361,9 +342,7 @@ CommandResult exec(const std::string& command, const std::string& folder, const 
   if (drained != Drained::kAll) kill(-pid, SIGKILL);
   input.write.close();
   output.read.close();
-  errors.read.close();
   result.exitStatus = waitFor(pid);
-  result.stopped = drained == Drained::kStopped;
   result.outOfTime = drained == Drained::kOutOfTime;
   // The command has ended: its watcher ends whatever of its group is left (see endingWithCaller).
   const PipeSignalHeld held;

@@ -13,45 +13,35 @@ namespace tarnwick {
 
 // How `exec` runs a command, beyond its command line and folder.
 struct ExecOptions {
-  // Standard error into the result; otherwise it goes where this process's goes.
-  bool captureErrors = false;
   // The command's environment, "NAME=value" each; null: this process's own.
   const std::vector<std::string>* environment = nullptr;
   // What the command reads on its standard input; /dev/null when empty, so that a command can
   // never wait for the host's input.
   std::string_view input;
-  // Receives standard output as it arrives, instead of the result; null: the result collects it.
+  // Receives standard output, byte for byte, as it arrives; null: it is read and dropped.
   OutputSink* output = nullptr;
-  // Standard output byte for byte, zero bytes included, rather than as fgets reads would keep it.
-  bool exactOutput = false;
   // Milliseconds after which the command and all it started are ended; 0: no limit.
   unsigned timeLimitMs = 0;
 };
 
-// What a command run by `exec` left behind.
+// How a command run by `exec` ended.
 struct CommandResult {
   // The command's exit code; -1 when it was killed by a signal or did not run at all.
   int exitStatus = -1;
-  // Its standard output, as a loop of 127-byte `fgets` reads would have collected it.
-  std::string output;
-  // The first 64 KB of its standard error, when asked for.
-  std::string errors;
-  // Whether the output sink stopped the command (which was then ended, with all it started).
-  bool stopped = false;
   // Whether the time limit ended it.
   bool outOfTime = false;
 };
 
-// Runs `command` with the system shell (/bin/sh -c) inside `folder` and waits for it to end.
-// The child enters the folder itself, so this process's current folder never changes, not even
-// for other threads while the command runs. It starts in a session of its own (no terminal to
-// wait on) and holds, as descriptor 3, the read end of a pipe whose other end only this call
-// holds: it reads a line feed once the command has ended, and the end of the pipe if this
-// process dies first (see endingWithCaller). Nothing runs (exit status -1, empty output) when the
-// folder cannot be entered, the command line is too long for the kernel, no descriptor or process
-// is left, or the command, the folder or an environment entry holds a zero byte, which the kernel
-// would read as their end. Standard output reaches the result or the sink as a loop of 127-byte
-// `fgets` reads would have collected it (see FgetsPieces), unless asked for exactly.
+// Runs `command` with the system shell (/bin/sh -c) inside `folder` and waits for it to end, or
+// for the output sink to stop it (it is then ended, with all it started). The child enters the
+// folder itself, so this process's current folder never changes, not even for other threads
+// while the command runs. It starts in a session of its own (no terminal to wait on), its
+// standard error on /dev/null (the exit status says whether it failed), and holds, as descriptor
+// 3, the read end of a pipe whose other end only this call holds: it reads a line feed once the
+// command has ended, and the end of the pipe if this process dies first (see endingWithCaller).
+// Nothing runs (exit status -1) when the folder cannot be entered, the command line is too long
+// for the kernel, no descriptor or process is left, or the command, the folder or an environment
+// entry holds a zero byte, which the kernel would read as their end.
 CommandResult exec(const std::string& command, const std::string& folder, const ExecOptions& options = {});
 
 // Returns a command line that runs the simple command `command` (which the shell then becomes) so

@@ -154,12 +154,11 @@ bool GitCall::take(const char* data, std::size_t size) {
 }
 
 void GitCall::ended(int exitStatus, bool outOfTime) {
-  exitStatus_ = exitStatus;
   if (step_ == Step::kCommand) {
-    commandStarted_ = true;
     step_ = Step::kDone;
     if (exitStatus == 127) failure_ = CallFailure::kNoGit;
     else if (exitStatus != 0) failure_ = CallFailure::kGitFailed;
+    else failure_ = afterCommand();
     return;
   }
   if (step_ != Step::kLocate && step_ != Step::kList) return;
@@ -251,8 +250,6 @@ void runGitCall(GitCall& call, const std::string& repoPath) {
     options.environment = &run->environment;
     options.input = run->input;
     options.output = &call;
-    options.exactOutput = true;
-    options.captureErrors = true;
     options.timeLimitMs = run->timeLimitMs;
     const CommandResult result = exec(run->script, repoPath, options);
     call.ended(result.exitStatus, result.outOfTime);

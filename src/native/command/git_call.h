@@ -55,12 +55,11 @@ class GitCall : public OutputSink {
   // its time limit ended it.
   void ended(int exitStatus, bool outOfTime);
 
+  // Whether the call is decided: its command ran to the end, or it failed before.
+  bool decided() const { return step_ == Step::kDone; }
   CallFailure failure() const { return failure_; }
-  // The words of the run that failed, the exit status it ended with.
+  // The words of the run that failed.
   const std::vector<std::string>& failedWords() const { return run_.words; }
-  int exitStatus() const { return exitStatus_; }
-  // Whether the command itself ran.
-  bool commandRan() const { return step_ == Step::kDone && commandStarted_; }
 
  protected:
   // `host`: the host's environment entries ("NAME=value"), from which git's is made.
@@ -72,6 +71,8 @@ class GitCall : public OutputSink {
   virtual bool takeCommandOutput(const char* data, std::size_t size) = 0;
   // Returns kNone, or why the command must not run after all.
   virtual CallFailure beforeCommand(const Guard&) { return CallFailure::kNone; }
+  // Returns kNone, or why a command that exited with status 0 failed all the same.
+  virtual CallFailure afterCommand() const { return CallFailure::kNone; }
 
  private:
   enum class Step { kStart, kLocate, kList, kCommand, kDone };
@@ -95,8 +96,6 @@ class GitCall : public OutputSink {
   std::string commonDir_;
   bool top_ = false;  // the folder is the top of its worktree
   CallFailure failure_ = CallFailure::kNone;
-  int exitStatus_ = 0;
-  bool commandStarted_ = false;
 };
 
 // Runs every run of `call` in `repoPath` with exec.

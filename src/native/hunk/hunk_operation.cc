@@ -75,9 +75,11 @@ CallFailure HunkCall::beforeCommand(const Guard& guard) {
   return stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode) ? CallFailure::kNone : CallFailure::kLfsMissing;
 }
 
-bool HunkCall::applied() const {
-  return commandRan() && failure() == CallFailure::kNone && !showsGitError(output_);
+CallFailure HunkCall::afterCommand() const {
+  return showsGitError(output_) ? CallFailure::kGitFailed : CallFailure::kNone;
 }
+
+bool HunkCall::applied() const { return decided() && failure() == CallFailure::kNone; }
 
 bool _executeHunkOperation(HunkAction action, const std::string& patchText, const std::string& repoPath) {
   HunkCall call(action, patchText, repoPath, hostEnvironment());

@@ -35,6 +35,7 @@ class HunkCall final : public GitCall {
   std::string_view commandInput() const override { return patchText_; }
   bool takeCommandOutput(const char* data, std::size_t size) override { return pieces_.take(data, size); }
   CallFailure beforeCommand(const Guard& guard) override;
+  CallFailure afterCommand() const override;
 
   const HunkAction action_;
   const std::string patchText_;
