@@ -74,7 +74,7 @@ void core1MB(benchmark::State& state) {
 void characters1MB(benchmark::State& state) {
   const std::string& text = megabyteDiff();
   for (auto _ : state) {
-    const tarnwick::ScriptUnits units = tarnwick::colorDiffUnits(text.data(), text.size(), text.size(), false, true, true, SIZE_MAX);
+    const tarnwick::ScriptUnits units = tarnwick::colorDiffUnits(text.data(), text.size(), text.size(), false, true, true, false, true, SIZE_MAX);
     benchmark::DoNotOptimize(units.block.data());
   }
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));

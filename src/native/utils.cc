@@ -212,8 +212,7 @@ bool optionArgument(const Info& info, int index, const char* name) {
          tarnwick::v8shims::booleanValue(isolate, value);
 }
 
-// The diff view is rendered straight into the characters of the result; only a result with a
-// zero byte or with bytes that are not UTF-8 takes the byte path of every other method. With
+// The diff view is rendered straight into the characters of the result (see colorDiffUnits). With
 // { escapeHtml: true } as argument 3, the text is escaped as it is read, as if the script had.
 void colorDiff(const Info& info) {
   if (info.Length() < 3) return;
@@ -222,15 +221,8 @@ void colorDiff(const Info& info) {
     const bool showColorPreviews = booleanArgument(info, 1);
     const bool markAddedRemoved = booleanArgument(info, 2);
     const bool words = optionArgument(info, 3, "words");
-    tarnwick::ScriptUnits units = tarnwick::colorDiffUnits(text.data(), text.size(), text.units(), text.oneByte(),
-                                                           showColorPreviews, markAddedRemoved, kLongestString, words);
-    if (units.tooLong) return;
-    if (units.made) {
-      returnUnits(info, std::move(units));
-    } else {
-      returnString(info, tarnwick::colorDiff(std::string(text.data(), text.size()), showColorPreviews, markAddedRemoved,
-                                             words));
-    }
+    returnUnits(info, tarnwick::colorDiffUnits(text.data(), text.size(), text.units(), text.oneByte(), showColorPreviews,
+                                               markAddedRemoved, words, false, kLongestString));
   });
 }
 

@@ -121,12 +121,8 @@ Napi::Value colorDiff(const Napi::CallbackInfo& info) {
   const bool words = optionArgument(info, 3, "words");
   return renderText(env, chars->length, [chars, showColorPreviews, markAddedRemoved, escapeHtml, words] {
     const tarnwick::TextBlock text = chars->read(escapeHtml);
-    tarnwick::ScriptUnits units =
-        tarnwick::colorDiffUnits(text.data(), text.size(), text.units(), text.oneByte(), showColorPreviews,
-                                 markAddedRemoved, tarnwick::longestString(), words);
-    if (units.made || units.tooLong) return units;
-    return unitsOf(tarnwick::colorDiff(std::string(text.data(), text.size()), showColorPreviews, markAddedRemoved,
-                                       words));
+    return tarnwick::colorDiffUnits(text.data(), text.size(), text.units(), text.oneByte(), showColorPreviews,
+                                    markAddedRemoved, words, true, tarnwick::longestString());
   });
 }
 

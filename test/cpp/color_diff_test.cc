@@ -106,7 +106,6 @@ TEST(ColorDiffChunk, MatchesReferenceOnGeneratedText) {
             }
 }
 
-using reference::asUnits;
 
 // Checks colorDiff against the reference for every flag combination and every byte scan this
 // processor runs, as bytes and as the characters of a one- or two-byte script string.
@@ -119,10 +118,12 @@ void expectSameForEveryFlag(const std::string& text, const std::string& what) {
       const std::string where = what + ", flags " + std::to_string(flags) + ", scan " +
                                 std::to_string(static_cast<int>(level)) + ", " + std::to_string(text.size()) + " bytes";
       ASSERT_EQ(tarnwick::colorDiff(text, flags & 1, flags & 2), expected) << where;
-      for (bool oneByte : {false, true}) {
-        const auto units =
-            tarnwick::colorDiffUnits(text.data(), text.size(), text.size(), oneByte, flags & 1, flags & 2, SIZE_MAX);
-        ASSERT_EQ(reference::madeUnits(units, oneByte), asUnits(expected, oneByte)) << where << (oneByte ? ", one byte" : "");
+      for (int as = 0; as < 4; ++as) {  // a one-byte text, and replacement characters for bytes that are not UTF-8
+        const auto units = tarnwick::colorDiffUnits(text.data(), text.size(), text.size(), as & 1, flags & 1, flags & 2,
+                                                    false, as & 2, SIZE_MAX);
+        ASSERT_EQ(reference::unitsText(units),
+                  reference::unitsText(tarnwick::scriptUnits(expected.data(), expected.size(), as & 1, as & 2, SIZE_MAX)))
+            << where << ", as " << as;
       }
     }
   }
@@ -131,9 +132,9 @@ void expectSameForEveryFlag(const std::string& text, const std::string& what) {
 // A result past the longest string is known before it is made, to the unit.
 TEST(ColorDiffUnits, NothingMadePastTheLongestString) {
   const std::string text = "+\xc3\xa9 #aabbcc\n-\xf0\x9f\x98\x80 rgb(1,2,3)";
-  const std::size_t textUnits = asUnits(text, false).size(), units = asUnits(tarnwick::colorDiff(text, true, true), false).size();
+  const std::size_t textUnits = reference::decode(text)->size(), units = reference::decode(tarnwick::colorDiff(text, true, true))->size();
   for (std::size_t longest : {units, units - 1}) {
-    const auto made = tarnwick::colorDiffUnits(text.data(), text.size(), textUnits, false, true, true, longest);
+    const auto made = tarnwick::colorDiffUnits(text.data(), text.size(), textUnits, false, true, true, false, true, longest);
     EXPECT_EQ(std::to_string(made.made) + std::to_string(made.tooLong), longest == units ? "10" : "01") << longest;
   }
 }
@@ -192,7 +193,7 @@ TEST(ColorDiff, ReadsNothingPastTheText) {
       if (!tarnwick::forceScanLevel(level)) continue;
       out.assign(tarnwick::measureColorDiff(start, length, true, true).total + tarnwick::kColorDiffSlack, '\0');
       tarnwick::writeColorDiff(&out[0], start, length, true, true);
-      tarnwick::colorDiffUnits(start, length, length, false, true, true, SIZE_MAX);
+      tarnwick::colorDiffUnits(start, length, length, false, true, true, false, true, SIZE_MAX);
     }
   }
   munmap(pages, size);

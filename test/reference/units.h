@@ -9,7 +9,7 @@
 #include <string>
 
 #include "convert/utf8_codec.h"
-#include "diff/color_diff_units.h"
+#include "convert/script_units.h"
 
 namespace reference {
 
@@ -40,23 +40,12 @@ inline std::optional<std::u16string> decode(const std::string& bytes) {
   return units;
 }
 
-// Returns `html` as the characters colorDiffUnits makes of it (UTF-16 units, or bytes when
-// `oneByte`), or "" when it leaves the result to the host's decoder: one with a zero byte, bytes
-// that are not UTF-8, or, for a one-byte text, characters past Latin-1.
-inline std::u16string asUnits(const std::string& html, bool oneByte) {
-  const std::optional<std::u16string> units = decode(html);
-  const bool fits = units && std::all_of(units->begin(), units->end(), [&](char16_t u) { return u && (!oneByte || u < 256); });
-  return fits ? *units : u"";
-}
-
-// Returns the characters colorDiffUnits made ("" when it made none), or "(wrong width)" when their
-// width is not the text's.
-inline std::u16string madeUnits(const tarnwick::ScriptUnits& made, bool oneByte) {
-  if (!made.made) return u"";
-  if (made.twoByte == oneByte) return u"(wrong width)";
-  const auto* data = reinterpret_cast<const unsigned char*>(made.block.data());
-  return made.twoByte ? std::u16string(reinterpret_cast<const char16_t*>(data), made.length)
-                      : std::u16string(data, data + made.length);
+// Returns the characters that `units` holds, whatever their width, or "(not made)".
+inline std::u16string unitsText(const tarnwick::ScriptUnits& units) {
+  if (!units.made) return u"(not made)";
+  const auto* data = reinterpret_cast<const unsigned char*>(units.block.data());
+  return units.twoByte ? std::u16string(reinterpret_cast<const char16_t*>(data), units.length)
+                       : std::u16string(data, data + units.length);
 }
 
 }  // namespace reference

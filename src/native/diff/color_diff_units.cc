@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 #include "convert/utf8_codec.h"
 #include "diff/color_diff.h"
@@ -33,10 +34,15 @@ std::ptrdiff_t decodeInto(PageBlock& block, const char* text, std::size_t length
 }  // namespace
 
 ScriptUnits colorDiffUnits(const char* text, std::size_t length, std::size_t textUnits, bool oneByteText,
-                           bool showColorPreviews, bool markAddedRemoved, std::size_t longestUnits, bool words) {
+                           bool showColorPreviews, bool markAddedRemoved, bool words, bool replaceInvalid,
+                           std::size_t longestUnits) {
+  const auto fromBytes = [&] {
+    const std::string bytes = colorDiff(std::string(text, length), showColorPreviews, markAddedRemoved, words);
+    return scriptUnits(bytes.data(), bytes.size(), oneByteText, replaceInvalid, longestUnits);
+  };
   ScriptUnits result;
   // The markup holds no zero byte, so the result has one exactly when the text has.
-  if (length > 0 && std::memchr(text, 0, length) != nullptr) return result;
+  if (length > 0 && std::memchr(text, 0, length) != nullptr) return fromBytes();
   const std::vector<TextRange> marks = wordMarksOf(text, length, showColorPreviews, markAddedRemoved, words);
   const ColorDiffSize size = measureColorDiff(text, length, showColorPreviews, markAddedRemoved, &marks);
   if (colorDiffTooLong(size.total, length, textUnits, longestUnits)) {
@@ -58,7 +64,7 @@ ScriptUnits colorDiffUnits(const char* text, std::size_t length, std::size_t tex
                                              size.largestChunk, marks)
                   : decodeInto<std::uint16_t>(result.block, text, length, showColorPreviews, markAddedRemoved,
                                               size.largestChunk, marks);
-  if (units < 0) return ScriptUnits();
+  if (units < 0) return fromBytes();
   result.length = static_cast<std::size_t>(units);
   result.made = true;
   return result;

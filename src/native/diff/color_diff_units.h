@@ -12,11 +12,12 @@ namespace tarnwick {
 // every character of the text fits in one byte (Latin-1), UTF-16 otherwise. The result is
 // measured first and then written once: straight into its block when the text is ASCII, else
 // chunk by chunk through a small buffer that is decoded into the block; one of more than
-// `longestUnits` characters is not made at all (tooLong). Not made either when the result holds
-// a zero byte or bytes that are not UTF-8: the caller then takes colorDiff's bytes instead. With
+// `longestUnits` characters is not made at all (tooLong). A result with a zero byte or bytes that
+// are not UTF-8 is made by scriptUnits from colorDiff's bytes, `replaceInvalid` passed on. With
 // `words`, changed words are marked as colorDiff marks them.
 ScriptUnits colorDiffUnits(const char* text, std::size_t length, std::size_t textUnits, bool oneByteText,
-                           bool showColorPreviews, bool markAddedRemoved, std::size_t longestUnits, bool words = false);
+                           bool showColorPreviews, bool markAddedRemoved, bool words, bool replaceInvalid,
+                           std::size_t longestUnits);
 
 }  // namespace tarnwick
 
