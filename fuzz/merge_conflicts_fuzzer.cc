@@ -9,6 +9,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string input(reinterpret_cast<const char*>(data), size);
-  if (tarnwick::styleMergeConflicts(input) != reference::styleMergeConflicts(input)) std::abort();
+  if (reference::styledByCore(input) != reference::styleMergeConflicts(input)) std::abort();
   return 0;
 }

@@ -10,16 +10,17 @@ const { spawnSync } = require('child_process');
 
 const cache = process.env.UTILS_HOST_CACHE || path.join(os.homedir(), '.cache', 'tarnwick-hosts');
 
-// Returns the unpacked folder of npm package `spec` in <cache>/<name>, fetching it once unless
-// `marker` (a file in it) is already there; throws with npm's or tar's message when that fails.
-function registryPackage(spec, name, marker) {
+// Returns the unpacked folder of npm package `packageName` (name@version) in <cache>/<name>,
+// fetching it once unless `marker` (a file in it) is already there; throws with npm's or tar's
+// message when that fails.
+function registryPackage(packageName, name, marker) {
   const home = path.join(cache, name);
   const folder = path.join(home, 'package');
   if (fs.existsSync(path.join(folder, marker))) return folder;
   fs.rmSync(home, { recursive: true, force: true });
   fs.mkdirSync(home, { recursive: true });
-  const packed = spawnSync('npm', ['pack', '--silent', spec, '--pack-destination', home], { encoding: 'utf8' });
-  if (packed.status !== 0) throw new Error(`npm pack ${spec} failed: ${packed.stderr || packed.error}`);
+  const packed = spawnSync('npm', ['pack', '--silent', packageName, '--pack-destination', home], { encoding: 'utf8' });
+  if (packed.status !== 0) throw new Error(`npm pack ${packageName} failed: ${packed.stderr || packed.error}`);
   const tarball = path.join(home, packed.stdout.trim().split('\n').pop());
   const unpacked = spawnSync('tar', ['xzf', tarball, '-C', home], { encoding: 'utf8' });
   if (unpacked.status !== 0) throw new Error(`cannot unpack ${tarball}: ${unpacked.stderr}`);

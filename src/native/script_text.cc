@@ -10,10 +10,6 @@ namespace tarnwick {
 
 namespace {
 
-// Results at least this long are handed over in place: copying them, and the fresh pages a copy
-// needs, costs more than the whole rendering.
-constexpr std::size_t kExternalResultBytes = 256 * 1024;
-
 // Node-API's external strings (node_api_create_external_string_latin1 and _utf16), which hosts
 // from Node 20.4 have and this module's Node-API version does not name: looked up once.
 using CreateExternal = napi_status (*)(napi_env, void*, std::size_t, napi_finalize, void*, napi_value*, bool*);
@@ -63,7 +59,7 @@ Napi::Value makeScriptString(Napi::Env env, ScriptUnits units) {
   napi_value string = nullptr;
   napi_status status;
   const CreateExternal external = units.twoByte ? kUtf16 : kLatin1;
-  if (external != nullptr && units.length * (units.twoByte ? 2 : 1) >= kExternalResultBytes) {
+  if (external != nullptr && units.length * (units.twoByte ? 2 : 1) >= tarnwick::kExternalResultBytes) {
     auto* block = new PageBlock(std::move(units.block));
     std::int64_t held = 0;
     napi_adjust_external_memory(env, static_cast<std::int64_t>(block->capacity()), &held);

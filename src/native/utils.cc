@@ -93,10 +93,6 @@ std::string stringArgument(const Info& info, int index) {
 // The most characters a script string can have: a view that grows past it is stopped.
 constexpr std::size_t kLongestString = static_cast<std::size_t>(v8::String::kMaxLength);
 
-// Results at least this long are handed to the host as external strings that it reads in place:
-// copying them, and the fresh pages a copy needs, costs more than the whole rendering.
-constexpr std::size_t kExternalResultBytes = 256 * 1024;
-
 // Owns the bytes of an ASCII result while the script holds the string made from it.
 class AsciiResult final : public v8::String::ExternalOneByteStringResource {
  public:
@@ -139,7 +135,7 @@ void returnUnits(const Info& info, tarnwick::ScriptUnits units) {
   v8::Isolate* isolate = info.GetIsolate();
   if (units.tooLong || units.length > static_cast<std::size_t>(v8::String::kMaxLength)) return;
   const int length = static_cast<int>(units.length);
-  const bool external = units.length * (units.twoByte ? 2 : 1) >= kExternalResultBytes;
+  const bool external = units.length * (units.twoByte ? 2 : 1) >= tarnwick::kExternalResultBytes;
   v8::MaybeLocal<v8::String> made;
   if (!units.made) {
     made = v8::String::NewFromUtf8(isolate, units.block.data(), v8::NewStringType::kNormal, length);
@@ -175,7 +171,7 @@ void returnString(const Info& info, std::string text) {
   v8::Isolate* isolate = info.GetIsolate();
   const int length = static_cast<int>(text.size());
   v8::MaybeLocal<v8::String> made =
-      text.size() >= kExternalResultBytes
+      text.size() >= tarnwick::kExternalResultBytes
           ? v8::String::NewExternalOneByte(isolate, new AsciiResult(std::move(text)))
           : v8::String::NewFromOneByte(isolate, reinterpret_cast<const std::uint8_t*>(text.data()),
                                        v8::NewStringType::kNormal, length);

@@ -26,11 +26,9 @@ constexpr std::size_t kKeptGuards = 16;
 std::vector<std::string> locateArguments() { return {"rev-parse", "--absolute-git-dir", "--git-common-dir", "--show-cdup"}; }
 
 // Returns the value of `name` in `environment`, or "".
-std::string valueOf(const std::vector<std::string>& environment, const std::string& name) {
+std::string valueOf(const std::vector<std::string>& environment, std::string_view name) {
   for (const std::string& entry : environment) {
-    if (entry.size() > name.size() && entry.compare(0, name.size(), name) == 0 && entry[name.size()] == '=') {
-      return entry.substr(name.size() + 1);
-    }
+    if (setsVariable(entry, name)) return entry.substr(name.size() + 1);
   }
   return std::string();
 }

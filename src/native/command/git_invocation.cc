@@ -12,11 +12,6 @@ namespace tarnwick {
 
 namespace {
 
-bool namedInHost(const std::string& entry, const char* name) {
-  const std::size_t length = std::strlen(name);
-  return entry.compare(0, length, name) == 0 && entry.size() > length && entry[length] == '=';
-}
-
 bool startsWith(const std::string& text, const char* prefix) { return text.rfind(prefix, 0) == 0; }
 
 // Returns whether the host's environment entry must not reach git.
@@ -35,7 +30,7 @@ bool redirectsGit(const std::string& entry) {
   if (entry.find('=') == std::string::npos) return true;
   if (startsWith(entry, "GIT_CONFIG_KEY_") || startsWith(entry, "GIT_CONFIG_VALUE_")) return true;
   return std::any_of(std::begin(kDropped), std::end(kDropped),
-                     [&](const char* name) { return namedInHost(entry, name); });
+                     [&](const char* name) { return setsVariable(entry, name); });
 }
 
 // Returns whether the shell reads `word` as itself without quotes.
@@ -71,6 +66,10 @@ std::vector<std::string> hostEnvironment() {
   std::vector<std::string> host;
   for (char** entry = environ; *entry != nullptr; ++entry) host.emplace_back(*entry);
   return host;
+}
+
+bool setsVariable(const std::string& entry, std::string_view name) {
+  return entry.size() > name.size() && entry.compare(0, name.size(), name) == 0 && entry[name.size()] == '=';
 }
 
 }  // namespace tarnwick

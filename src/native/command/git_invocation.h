@@ -5,6 +5,7 @@
 // both faces: git acts on the repository the call names, and on the paths it names.
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 
@@ -25,6 +26,9 @@ std::string gitCommandLine(const std::vector<std::string>& words);
 
 // Returns this process's own environment entries.
 std::vector<std::string> hostEnvironment();
+
+// Returns whether the environment entry `entry` ("NAME=value") sets variable `name`.
+bool setsVariable(const std::string& entry, std::string_view name);
 
 }  // namespace tarnwick
 

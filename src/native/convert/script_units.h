@@ -7,6 +7,10 @@
 
 namespace tarnwick {
 
+// Results at least this long are handed to the host as external strings that it reads in place:
+// copying them, and the fresh pages a copy needs, costs more than the whole rendering.
+constexpr std::size_t kExternalResultBytes = 256 * 1024;
+
 // A result as the characters of a script string, in a block that the string can keep: both faces
 // hand their results over from one of these, so that they return the same characters.
 struct ScriptUnits {

@@ -406,20 +406,20 @@ void addSwatches(Out& caller, const char* const begin, const char* const end) {
   caller = out;
 }
 
-// Returns the bytes that the marks before `end` add, the next of `marks` first.
-std::size_t markedLength(const char* end, const WordMarks* marks) {
+// Returns how many marks lie before `end`, the next of `marks` first.
+std::size_t marksBefore(const char* end, const WordMarks* marks) {
   if (marks == nullptr) return 0;
   const TextRange* last = marks->next;
   while (last != marks->end && marks->base + last->begin < end) ++last;
-  return kChangedExtra * static_cast<std::size_t>(last - marks->next);
+  return static_cast<std::size_t>(last - marks->next);
 }
 
 // Colours one chunk into `out`, moving `marks` past those it holds. With swatches, the line markup
 // goes to `scratch` first, since the colour passes run over it.
 void colorLines(Measure& out, const char* begin, const char* end, bool markAddedRemoved, WordMarks* marks) {
-  const std::size_t marked = markedLength(end, marks);
-  out.size += measureLines(begin, end, markAddedRemoved) + marked;
-  if (marks != nullptr) marks->next += marked / kChangedExtra;
+  const std::size_t marked = marksBefore(end, marks);
+  out.size += measureLines(begin, end, markAddedRemoved) + kChangedExtra * marked;
+  if (marks != nullptr) marks->next += marked;
 }
 void colorLines(Write& out, const char* begin, const char* end, bool markAddedRemoved, WordMarks* marks) {
   markLines(out, begin, end, markAddedRemoved, marks);
@@ -432,7 +432,8 @@ void colorChunk(Out& out, const char* data, std::size_t size, bool showColorPrev
     colorLines(out, data, data + size, markAddedRemoved, marks);
     return;
   }
-  const std::size_t marked = measureLines(data, data + size, markAddedRemoved) + markedLength(data + size, marks);
+  const std::size_t marked =
+      measureLines(data, data + size, markAddedRemoved) + kChangedExtra * marksBefore(data + size, marks);
   scratch.resize(marked + kColorDiffSlack);
   Write lines{&scratch[0]};
   markLines(lines, data, data + size, markAddedRemoved, marks);
@@ -457,15 +458,6 @@ char* writeColoredChunk(char* out, const char* data, std::size_t size, bool show
 
 std::size_t colorCodeLength(const char* p, const char* end) {
   return *p == '#' ? hexLength(p, end) : *p == 'r' ? rgbLength(p, end) : 0;
-}
-
-std::string colorDiffChunk(std::string text, bool showColorPreviews, bool markAddedRemoved) {
-  std::string scratch;
-  const std::size_t size = coloredChunkLength(text.data(), text.size(), showColorPreviews, markAddedRemoved, scratch);
-  std::string out(size + kColorDiffSlack, '\0');
-  writeColoredChunk(&out[0], text.data(), text.size(), showColorPreviews, markAddedRemoved, scratch);
-  out.resize(size);
-  return out;
 }
 
 }  // namespace tarnwick

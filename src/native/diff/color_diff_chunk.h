@@ -12,12 +12,6 @@ namespace tarnwick {
 // reach this far beyond what they keep.
 constexpr std::size_t kColorDiffSlack = 64;
 
-// Returns the diff view's HTML for one piece of unified-diff text: added and removed lines
-// (when `markAddedRemoved`), hunk headers with their action links, missing-newline notes, and a
-// swatch in front of every colour code (when `showColorPreviews`). "Line start" means the start
-// of `text` or the byte after a line feed; nothing is escaped.
-std::string colorDiffChunk(std::string text, bool showColorPreviews, bool markAddedRemoved);
-
 // The changed words to mark as the chunks of a text are coloured in order (see findWordMarks):
 // byte ranges of the text at `base`, in order and each within an added or removed line's
 // content; `next` moves past those of each chunk written.
@@ -27,13 +21,17 @@ struct WordMarks {
   const TextRange* end;
 };
 
-// Returns the byte length of colorDiffChunk's result for `size` bytes at `data`, each range of
-// `marks` (when given) in it wrapped in a diff-changed span, and moves `marks` past them.
+// Returns the byte length of the diff view's HTML for one piece of unified-diff text, the `size`
+// bytes at `data`: added and removed lines (when `markAddedRemoved`), hunk headers with their
+// action links, missing-newline notes, and a swatch in front of every colour code (when
+// `showColorPreviews`); "line start" means the start of the piece or the byte after a line feed;
+// nothing is escaped. Each range of `marks` (when given) is wrapped in a diff-changed span, and
+// `marks` moves past them.
 // `scratch` is working space the caller may reuse across calls; its content is unspecified.
 std::size_t coloredChunkLength(const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
                                std::string& scratch, WordMarks* marks = nullptr);
 
-// Writes colorDiffChunk's result for `size` bytes at `data` to `out`, which has room for
+// Writes that HTML for `size` bytes at `data` to `out`, which has room for
 // coloredChunkLength + kColorDiffSlack bytes, and returns the end of the result.
 char* writeColoredChunk(char* out, const char* data, std::size_t size, bool showColorPreviews, bool markAddedRemoved,
                         std::string& scratch, WordMarks* marks = nullptr);

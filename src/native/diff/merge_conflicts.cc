@@ -69,25 +69,22 @@ void style(const char* p, const char* const end, Out& out) {
   }
 }
 
-// Returns the byte length of styleMergeConflicts's result for [begin, end) without making it.
-std::size_t styledLength(const char* begin, const char* end) {
+}  // namespace
+
+std::size_t styledMergeConflictsLength(const char* text, std::size_t size) {
   Measure measure;
-  style(begin, end, measure);
+  style(text, text + size, measure);
   return measure.size;
 }
 
-}  // namespace
-
-std::string styleMergeConflicts(const std::string& text) {
-  std::string out;
-  out.reserve(text.size() + text.size() / 8 + 16);
-  style(text.data(), text.data() + text.size(), out);
-  return out;
+void writeStyledMergeConflicts(char* out, const char* text, std::size_t size) {
+  Write write{out};
+  style(text, text + size, write);
 }
 
 ScriptUnits styledMergeConflictUnits(const char* text, std::size_t size, std::size_t textUnits, bool oneByteText,
                                      bool replaceInvalid, std::size_t longestUnits) {
-  const std::size_t styled = styledLength(text, text + size);
+  const std::size_t styled = styledMergeConflictsLength(text, size);
   // Escaping adds ASCII only.
   if (styled - size + textUnits > longestUnits) {
     ScriptUnits none;
@@ -95,8 +92,7 @@ ScriptUnits styledMergeConflictUnits(const char* text, std::size_t size, std::si
     return none;
   }
   PageBlock bytes = PageBlock::acquire(styled);
-  Write out{bytes.data()};
-  style(text, text + size, out);
+  writeStyledMergeConflicts(bytes.data(), text, size);
   return scriptUnits(std::move(bytes), styled, oneByteText, replaceInvalid, longestUnits);
 }
 
