@@ -106,11 +106,15 @@ TEST(GitCall, EachWayARunFails) {
   } table[] = {{{{128, false}}, CallFailure::kGitFailed}, {{{127, false}}, CallFailure::kNoGit},
                 {{{-1, true}}, CallFailure::kUnsafe}, {{{0, false}, {-1, true}}, CallFailure::kUnsafe},
                 {{{0, false}, {0, false}, {1, false}}, CallFailure::kGitFailed}};
-  // A git folder that is no absolute path: where the configuration is cannot be known.
-  tarnwick::HunkCall unlocated(tarnwick::HunkAction::Stage, "patch", repo.top, {});
-  unlocated.next();
-  step(unlocated, "not a path\n");
-  EXPECT_EQ(unlocated.failure(), CallFailure::kUnsafe);
+  // A git folder that is no absolute path, or no common folder: where the configuration is
+  // cannot be known.
+  for (const std::string& located :
+       {std::string("relative\n.git\n\n"), std::string("\n.git\n\n"), repo.git + "\n\n\n", repo.git + "\n"}) {
+    tarnwick::HunkCall unlocated(tarnwick::HunkAction::Stage, "patch", repo.top, {});
+    unlocated.next();
+    step(unlocated, located);
+    EXPECT_EQ(unlocated.failure(), CallFailure::kUnsafe) << located;
+  }
   for (const auto& row : table) {
     tarnwick::HunkCall call(tarnwick::HunkAction::Stage, "patch", repo.top, {});
     call.next();
