@@ -52,7 +52,8 @@ TEST(Guard, OverridesWhatTheRepositoryChose) {
       // What the user's Git LFS filter would read from the repository's configuration.
       {local("lfs.customtransfer.Evil.path\nx") + local("lfs.CustomTransfer.evil.args\nx") +
            local("lfs.standalonetransferagent\nevil") + local("lfs.extension.e.clean\nx") + local("lfs.storage\n/x") +
-           local("remote.origin.lfsurl\nhttps://x") + local("core.sshcommand\nx") + local("lfs.url\nhttps://x"),
+           local("remote.origin.lfsurl\nhttps://x") + local("core.sshcommand\nx") + local("lfs.url\nhttps://x") +
+           local("lfs.other.path\nkept"),
        "[lfs.customtransfer.Evil.path=][lfs.CustomTransfer.evil.args=][lfs.standalonetransferagent=]"
        "[lfs.extension.e.clean=][lfs.storage=][remote.origin.lfsurl=file:///dev/null/no-transfers]"
        "[core.sshcommand=ssh][blame]"},
@@ -75,17 +76,20 @@ TEST(Guard, OverridesWhatTheRepositoryChose) {
 // extension says so, and every file they include, wherever it is named; the user's apart.
 TEST(Guard, KnowsTheFilesTheConfigurationCameFrom) {
   const std::string listing = local("include.path\n../inc") + local("includeif.gitdir:/r/.path\n/abs") +
-                              local("includeif.onbranch:main.path\n~/home-inc") + local("extensions.worktreeconfig") +
+                              local("include.path\n#odd") + local("includeif.onbranch:main.path\n~/home-inc") +
+                              local("extensions.worktreeconfig") +
                               "local\0file:/r/.git/../inc\0include.path\nnested/x\0"s + global("include.path\nmine");
   const tarnwick::Guard guard = tarnwick::decideGuard(listing, "/r/.git/worktrees/w", "/r/.git", "/h");
   EXPECT_TRUE(guard.safe);
-  EXPECT_EQ(joined(guard.repositoryFiles), "[/r/.git/config][/r/.git/../inc][/abs][/h/home-inc][/r/.git/../nested/x]"
-                                           "[/r/.git/worktrees/w/config.worktree]");
+  EXPECT_EQ(joined(guard.repositoryFiles), "[/r/.git/config][/r/.git/../inc][/abs][/r/.git/#odd][/h/home-inc]"
+                                           "[/r/.git/../nested/x][/r/.git/worktrees/w/config.worktree]");
   EXPECT_EQ(joined(guard.userFiles), "[/h/.gitconfig]");
   EXPECT_EQ(guard.lfsObjects, "/r/.git/lfs/objects");
   EXPECT_EQ(tarnwick::decideGuard(global("lfs.storage\nstore"), "/r/.git", "/r/.git", "/h").lfsObjects,
             "/r/.git/store/objects");
-  EXPECT_FALSE(tarnwick::decideGuard(local("include.path\n~other/x"), "/r/.git", "/r/.git", "/h").safe);
+  for (const char* elsewhere : {"include.path\n~other/x", "include.path\n%(prefix)/etc/x"}) {
+    EXPECT_FALSE(tarnwick::decideGuard(local(elsewhere), "/r/.git", "/r/.git", "/h").safe) << elsewhere;
+  }
 }
 
 // A file is trusted when nobody but this user or root can make it read otherwise: not a FIFO or
