@@ -13,11 +13,15 @@ TEST(ChangedWords, GoldenBlocks) {
   tarnwick::ChangedWords words;  // one for every block, as the diff view keeps it
   std::string tail, a31(31, 'a');  // an entity's name has at most 32 bytes
   for (int i = 0; i < 1023; ++i) tail += " y";
-  // A one-word change just within the bound of tokens and lines, and past it by a line or a token.
+  const std::string within(131000, 'w'), past(132000, 'w');  // two of them just within the byte bound, or past it
+  // A one-word change just within the bound of tokens and lines, and past it by a line or a token
+  // or by its bytes.
   const std::pair<std::string, std::string> rows[] = {
       {"-x" + tail + "\n+z" + tail, "-[x]" + tail + "\n+[z]" + tail},
       {"-x" + tail + "\n+z" + tail + "\n+", "-x" + tail + "\n+z" + tail + "\n+"},
       {"-x" + tail + "\n+z" + tail + ";", "-x" + tail + "\n+z" + tail + ";"},
+      {"-" + within + " x\n+" + within + " z", "-" + within + " [x]\n+" + within + " [z]"},
+      {"-" + past + " x\n+" + past + " z", "-" + past + " x\n+" + past + " z"},
       {"-&" + a31 + "a; x\n+&" + a31 + "b; x", "-[&" + a31 + "a;] x\n+[&" + a31 + "b;] x"},
       {"-&" + a31 + "aa; x\n+&" + a31 + "ab; x", "-&[" + a31 + "aa]; x\n+&[" + a31 + "ab]; x"},
       {"-int x = 1;\n+int x = 2;", "-int x = [1];\n+int x = [2];"}, {"-a b c d\n+b c d a", "-[a ]b c d\n+b c d[ a]"},
