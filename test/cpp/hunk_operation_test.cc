@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "git_samples.h"
 
@@ -46,6 +47,29 @@ TEST(HunkCall, AnswersWhatGitDid) {
       EXPECT_EQ(call.failure() == tarnwick::CallFailure::kNone, call.applied()) << text << status;
     }
   }
+  reference::removeFolder(folder);
+}
+
+// A discard restores what the patch's old side holds; a Git LFS pointer there (lines ending in
+// CR LF too) needs its object here, since nothing is fetched and git would leave the file empty.
+TEST(HunkCall, DiscardsALfsPointerOnlyWithItsObjectHere) {
+  const std::string folder = fs::canonical(reference::makeTempFolder()).string();
+  const std::string oid(64, 'a'), pointer = " version https://git-lfs.github.com/spec/v1\n-oid sha256:" + oid +
+                                            "\n+oid sha256:" + std::string(64, 'b') + "\n size 5\n";
+  const auto runs = [&](tarnwick::HunkAction action, const std::string& patch) {
+    tarnwick::HunkCall call(action, patch, folder, {});
+    const bool ran = toCommand(call, folder) == patch;
+    EXPECT_EQ(call.failure(), ran ? tarnwick::CallFailure::kNone : tarnwick::CallFailure::kLfsMissing);
+    return ran;
+  };
+  for (const std::string& lines : {pointer, reference::runShell("printf %s '" + pointer + "' | sed 's/$/\r/'")}) {
+    const std::string patch = "--- a/f\n+++ b/f\n@@ -1,3 +1,3 @@\n" + lines;
+    EXPECT_FALSE(runs(tarnwick::HunkAction::Discard, patch));
+    EXPECT_TRUE(runs(tarnwick::HunkAction::Stage, patch));
+  }
+  fs::create_directories(folder + "/lfs/objects/aa/aa");
+  std::ofstream(folder + "/lfs/objects/aa/aa/" + oid) << "here\n";
+  EXPECT_TRUE(runs(tarnwick::HunkAction::Discard, "@@ -1,3 +1,3 @@\n" + pointer));
   reference::removeFolder(folder);
 }
 
