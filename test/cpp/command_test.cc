@@ -1,5 +1,6 @@
 // The command helpers against the real shell and file system: the runner, split and shell quoting.
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include <filesystem>
 
@@ -58,6 +59,25 @@ TEST_P(Exec, ReturnsOutputByteForByteAndExitStatus) {
   EXPECT_EQ(run("cat; echo done"), "done\n");  // standard input is empty
   // Standard error goes nowhere: a command filling it does not stall.
   EXPECT_EQ(run("head -c 1000000 /dev/zero >&2; echo out"), "out\n");
+}
+
+// A command that stops reading its input raises no SIGPIPE here, and this thread's signal mask
+// stays as it was.
+TEST_P(Exec, FeedsInputWithoutTouchingThisThreadsSignals) {
+  sigset_t before, after, pending;
+  pthread_sigmask(SIG_SETMASK, nullptr, &before);
+  std::string out;
+  tarnwick::StringSink sink(out);
+  tarnwick::ExecOptions options;
+  options.output = &sink;
+  const std::string input(4 * 1024 * 1024, 'x');
+  options.input = input;
+  EXPECT_EQ(tarnwick::exec("head -c 3", ".", options).exitStatus, 0);
+  EXPECT_EQ(out, "xxx");
+  pthread_sigmask(SIG_SETMASK, nullptr, &after);
+  sigpending(&pending);
+  EXPECT_EQ(sigismember(&after, SIGPIPE), sigismember(&before, SIGPIPE));
+  EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
 }
 
 // The child enters the folder; this process stays where it was, and a relative folder is read

@@ -77,7 +77,7 @@ TEST(GitCall, LocatesListsThenRunsTheCommandBehindTheGuard) {
 // again or runs nothing.
 TEST(GitCall, KeepsTheListingWhileItsFilesStay) {
   Repository repo;
-  const std::vector<std::string> host = {"HOME=/nowhere"};
+  const std::vector<std::string> host = {"HOME=" + repo.top};
   const auto blame = [&] { return tarnwick::codeViewCall("a.txt", repo.top, "ffffff", "", SIZE_MAX, host); };
   const std::string command = kGuard + "[-c][filter.x.clean=][blame][--line-porcelain][HEAD][--][a.txt]";
   std::unique_ptr<tarnwick::ViewCall> first = blame();
@@ -85,6 +85,8 @@ TEST(GitCall, KeepsTheListingWhileItsFilesStay) {
   step(*first, repo.git + "\n.git\n\n");
   EXPECT_EQ(wordsOf(step(*first, repo.listing("local\0file:"s + repo.git + "/config\0filter.x.clean\nevil\0"s))), command);
   EXPECT_EQ(wordsOf(blame()->next()), command);
+  std::ofstream(repo.top + "/.gitconfig") << "[x]\n";  // a file of the user's that comes to be
+  EXPECT_EQ(blame()->next()->words[0], "rev-parse");
   std::ofstream(repo.git + "/config", std::ios::app) << "[x]\n";
   EXPECT_EQ(blame()->next()->words[0], "rev-parse");
   chmod((repo.git + "/config").c_str(), 0666);

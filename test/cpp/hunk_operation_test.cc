@@ -54,8 +54,10 @@ TEST(HunkCall, AnswersWhatGitDid) {
 // CR LF too) needs its object here, since nothing is fetched and git would leave the file empty.
 TEST(HunkCall, DiscardsALfsPointerOnlyWithItsObjectHere) {
   const std::string folder = fs::canonical(reference::makeTempFolder()).string();
-  const std::string oid(64, 'a'), pointer = " version https://git-lfs.github.com/spec/v1\n-oid sha256:" + oid +
-                                            "\n+oid sha256:" + std::string(64, 'b') + "\n size 5\n";
+  std::string oid;  // every hexadecimal digit
+  for (int i = 0; i < 4; ++i) oid += "0123456789abcdef";
+  const std::string pointer = " version https://git-lfs.github.com/spec/v1\n-oid sha256:" + oid + "\n+oid sha256:" +
+                              std::string(64, 'b') + "\n size 5\n";
   const auto runs = [&](tarnwick::HunkAction action, const std::string& patch) {
     tarnwick::HunkCall call(action, patch, folder, {});
     const bool ran = toCommand(call, folder) == patch;
@@ -67,8 +69,8 @@ TEST(HunkCall, DiscardsALfsPointerOnlyWithItsObjectHere) {
     EXPECT_FALSE(runs(tarnwick::HunkAction::Discard, patch));
     EXPECT_TRUE(runs(tarnwick::HunkAction::Stage, patch));
   }
-  fs::create_directories(folder + "/lfs/objects/aa/aa");
-  std::ofstream(folder + "/lfs/objects/aa/aa/" + oid) << "here\n";
+  fs::create_directories(folder + "/lfs/objects/01/23");
+  std::ofstream(folder + "/lfs/objects/01/23/" + oid) << "here\n";
   EXPECT_TRUE(runs(tarnwick::HunkAction::Discard, "@@ -1,3 +1,3 @@\n" + pointer));
   reference::removeFolder(folder);
 }

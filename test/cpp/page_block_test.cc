@@ -2,7 +2,9 @@
 #include "memory/page_block.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <new>
 #include <vector>
@@ -10,6 +12,12 @@
 namespace {
 
 constexpr std::size_t kMB = 1024 * 1024;
+
+// Returns whether the page at `address` is mapped in this process.
+bool mapped(char* address) {
+  unsigned char resident;
+  return mincore(address, 1, &resident) == 0 || errno != ENOMEM;
+}
 
 TEST(PageBlock, AReleasedBlockServesTheNextThatFits) {
   char* small;
@@ -26,7 +34,8 @@ TEST(PageBlock, AReleasedBlockServesTheNextThatFits) {
   EXPECT_EQ(tarnwick::PageBlock::acquire(5 * kMB).data(), large);
 }
 
-// At most four blocks are kept: a fifth release drops the oldest, which never comes back.
+// At most four blocks are kept: a fifth release hands the oldest back to the system, as it does
+// a block bigger than the whole bound.
 TEST(PageBlock, KeepsAtMostFourBlocks) {
   std::vector<char*> released;
   {
@@ -37,6 +46,9 @@ TEST(PageBlock, KeepsAtMostFourBlocks) {
       block = tarnwick::PageBlock();
     }
   }
+  EXPECT_FALSE(mapped(released[0]));
+  char* huge = tarnwick::PageBlock::acquire(300 * kMB).data();
+  EXPECT_FALSE(mapped(huge));
   std::vector<tarnwick::PageBlock> again;
   for (int i = 1; i < 5; ++i) {
     again.push_back(tarnwick::PageBlock::acquire(10 * kMB));
