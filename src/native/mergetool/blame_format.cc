@@ -67,12 +67,11 @@ std::size_t BlameScanner::valueStart(std::size_t at, std::string_view keyword) c
 // returns the offset after the line break, or kNone. The value runs to the end of its line (a
 // CR before the line feed belongs to it); when the whitespace is a line feed the value is the
 // whole next line.
-std::size_t BlameScanner::matchField(std::size_t at, std::string_view keyword, TextRange* value) {
+std::size_t BlameScanner::matchField(std::size_t at, std::string_view keyword) {
   const std::size_t begin = valueStart(at, keyword);
   if (begin == kNone) return kNone;
   const std::size_t end = lineEnd(begin);
   if (end >= size_) return kNone;
-  if (value != nullptr) *value = {begin, end};
   return end + 1;
 }
 
@@ -82,8 +81,7 @@ std::size_t BlameScanner::matchField(std::size_t at, std::string_view keyword, T
 // Every candidate end costs constant time: the values of `next` found in the same line all end
 // where that line ends, so `rest` runs for at most three distinct offsets.
 template <class Rest>
-bool BlameScanner::matchLooseField(std::size_t at, std::string_view keyword, std::string_view next,
-                                   TextRange& value, Rest rest) {
+bool BlameScanner::matchLooseField(std::size_t at, std::string_view keyword, std::string_view next, Rest rest) {
   const std::size_t begin = valueStart(at, keyword);
   if (begin == kNone) return false;
   const std::size_t end = lineEnd(begin);
@@ -97,15 +95,12 @@ bool BlameScanner::matchLooseField(std::size_t at, std::string_view keyword, std
     // `rest` may have looked at other lines since; this one still ends at `end`.
     lineFrom_ = begin;
     lineTo_ = end;
-    const std::size_t after = matchField(nextAt, next, nullptr);
+    const std::size_t after = matchField(nextAt, next);
     if (after == kNone) continue;
     bool known = false;
     for (std::size_t i = 0; i < failedCount && !known; ++i) known = failed[i] == after;
     if (known) continue;
-    if (rest(after)) {
-      value = {begin, stop};
-      return true;
-    }
+    if (rest(after)) return true;
     failed[failedCount++ % 4] = after;
     if (failedCount > 4) failedCount = 4;
   }
@@ -115,15 +110,15 @@ bool BlameScanner::matchLooseField(std::size_t at, std::string_view keyword, std
 // Matches the committer fields, the summary, the optional boundary and previous lines, the file
 // name and the line itself at `at`.
 bool BlameScanner::matchFromCommitter(std::size_t at, BlameRecord& record) {
-  at = matchField(at, "committer"sv, nullptr);
+  at = matchField(at, "committer"sv);
   if (at == kNone) return false;
-  at = matchField(at, "committer-mail"sv, nullptr);
+  at = matchField(at, "committer-mail"sv);
   if (at == kNone) return false;
-  at = matchField(at, "committer-time"sv, nullptr);
+  at = matchField(at, "committer-time"sv);
   if (at == kNone) return false;
-  at = matchField(at, "committer-tz"sv, nullptr);
+  at = matchField(at, "committer-tz"sv);
   if (at == kNone) return false;
-  at = matchField(at, "summary"sv, nullptr);
+  at = matchField(at, "summary"sv);
   if (at == kNone) return false;
   // Leaving out a boundary or previous line that is there cannot help: "filename" must follow.
   if (startsWith(at, "boundary"sv)) {
@@ -131,10 +126,10 @@ bool BlameScanner::matchFromCommitter(std::size_t at, BlameRecord& record) {
     if (at == kNone) return false;
   }
   if (startsWith(at, "previous"sv)) {
-    at = matchField(at, "previous"sv, nullptr);
+    at = matchField(at, "previous"sv);
     if (at == kNone) return false;
   }
-  at = matchField(at, "filename"sv, nullptr);
+  at = matchField(at, "filename"sv);
   if (at == kNone || at >= size_ || text_[at] == '\n') return false;
   const std::size_t end = lineEnd(at);
   if (end >= size_) return false;
@@ -146,8 +141,8 @@ bool BlameScanner::matchFromCommitter(std::size_t at, BlameRecord& record) {
 bool BlameScanner::matchFromAuthor(std::size_t at, BlameRecord& record) {
   if (at == failedAuthor_) return false;
   const bool matched = matchLooseField(
-      at, "author"sv, "author-mail"sv, record.author, [&](std::size_t time) {
-        return matchLooseField(time, "author-time"sv, "author-tz"sv, record.authorTime,
+      at, "author"sv, "author-mail"sv, [&](std::size_t time) {
+        return matchLooseField(time, "author-time"sv, "author-tz"sv,
                                [&](std::size_t committer) { return matchFromCommitter(committer, record); });
       });
   if (!matched) failedAuthor_ = at;

@@ -21,8 +21,6 @@ struct BlameRecord {
   std::size_t end = 0;    // just past the line feed that ends the line itself
   TextRange commitId;      // the commit id at the start of the header line
   TextRange finalLine;     // the line's number in the final file (the header's second number)
-  TextRange author;        // the author name
-  TextRange authorTime;    // the author time
   TextRange line;          // the line as git writes it: a tab and the text (a CR stays at its end)
 };
 
@@ -50,8 +48,8 @@ class BlameScanner {
   bool matchFromAuthor(std::size_t at, BlameRecord& record);
   bool matchFromCommitter(std::size_t at, BlameRecord& record);
   template <class Rest>
-  bool matchLooseField(std::size_t at, std::string_view keyword, std::string_view next, TextRange& value, Rest rest);
-  std::size_t matchField(std::size_t at, std::string_view keyword, TextRange* value);
+  bool matchLooseField(std::size_t at, std::string_view keyword, std::string_view next, Rest rest);
+  std::size_t matchField(std::size_t at, std::string_view keyword);
   std::size_t valueStart(std::size_t at, std::string_view keyword) const;
   std::size_t lineBreakAt(std::size_t at) const;
   std::size_t lineEnd(std::size_t at);
