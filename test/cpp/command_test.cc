@@ -1,6 +1,7 @@
 // The command helpers against the real shell and file system: the runner, split and shell quoting.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/time.h>
 
 #include <filesystem>
 
@@ -78,6 +79,18 @@ TEST_P(Exec, FeedsInputWithoutTouchingThisThreadsSignals) {
   sigpending(&pending);
   EXPECT_EQ(sigismember(&after, SIGPIPE), sigismember(&before, SIGPIPE));
   EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
+}
+
+// A signal caught while the command's end is awaited, by a handler that does not restart calls,
+// loses nothing of its exit status.
+TEST_P(Exec, ASignalCaughtWhileWaitingKeepsTheExitStatus) {
+  struct sigaction caught = {}, before;
+  caught.sa_handler = [](int) {};
+  sigaction(SIGALRM, &caught, &before);
+  const itimerval soon = {{0, 0}, {0, 100000}};
+  setitimer(ITIMER_REAL, &soon, nullptr);
+  EXPECT_EQ(tarnwick::exec("exec >&-; sleep 0.3; exit 3", ".").exitStatus, 3);
+  sigaction(SIGALRM, &before, nullptr);
 }
 
 // The child enters the folder; this process stays where it was, and a relative folder is read

@@ -71,7 +71,8 @@ TEST(HunkCall, DiscardsALfsPointerOnlyWithItsObjectHere) {
   }
   fs::create_directories(folder + "/lfs/objects/01/23");
   std::ofstream(folder + "/lfs/objects/01/23/" + oid) << "here\n";
-  EXPECT_TRUE(runs(tarnwick::HunkAction::Discard, "@@ -1,3 +1,3 @@\n" + pointer));
+  // Only a line of "oid sha256:" and 64 digits names the object, not any line of its length.
+  EXPECT_TRUE(runs(tarnwick::HunkAction::Discard, "@@ -1,3 +1,3 @@\n" + pointer + " " + std::string(75, 'x') + "\n"));
   reference::removeFolder(folder);
 }
 
