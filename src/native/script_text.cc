@@ -93,8 +93,9 @@ Napi::Error outOfMemoryError(Napi::Env env) {
 
 namespace {
 
-// V8's longest string on 64-bit hosts since Node 12, until promises.js says otherwise.
-std::atomic<std::size_t> longest{(std::size_t{1} << 29) - 24};
+// The host's longest string, which promises.js sets as it loads (buffer.constants); until then
+// no result is made.
+std::atomic<std::size_t> longest{0};
 
 }  // namespace
 

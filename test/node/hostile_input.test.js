@@ -9,7 +9,7 @@ const assert = require('node:assert');
 const fs = require('fs');
 const path = require('path');
 const { Worker } = require('worker_threads');
-const { spawn, spawnSync, execFileSync } = require('child_process');
+const { spawn, spawnSync, execFile, execFileSync } = require('child_process');
 const { faces, eachFace } = require('./support/faces');
 const { root, tempDir, git, makeRepo, commit, inChild, standInGit, withPath, ended } = require('./support/repo');
 
@@ -159,6 +159,20 @@ eachFace('a configuration that is no plain file only the user can change runs no
   } finally {
     writer.kill('SIGKILL');
   }
+});
+
+// A git that never says where the repository is (one reading a configuration that never ends,
+// say) is ended after ten seconds, and the call answers empty; both faces at once, in children.
+test('a git that hangs before the command is ended after ten seconds on both faces', async () => {
+  const { repo } = changedRepo();
+  const bin = tempDir();
+  fs.writeFileSync(path.join(bin, 'git'), '#!/bin/sh\nexec sleep 30\n', { mode: 0o755 });
+  const answer = (face) => new Promise((resolve) => execFile(process.execPath, ['-e', `require(${JSON.stringify(require.resolve('./support/faces'))})
+    .faces.find((f) => f.name === '${face.name}').mtgch('f.txt', ${JSON.stringify(repo)}, 'fff', null).then((v) => process.stdout.write(JSON.stringify(v)))`],
+  { env: { ...process.env, PATH: `${bin}${path.delimiter}${process.env.PATH}` } }, (error, stdout) => resolve(stdout)));
+  const started = Date.now();
+  assert.deepStrictEqual(await Promise.all(faces.map(answer)), ['""', '""']);
+  assert.ok(Date.now() - started < 20000, `${Date.now() - started} ms`);
 });
 
 test('no git outlives its caller: a host ended by SIGTERM, a worker ended by terminate()', async () => {
