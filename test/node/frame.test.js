@@ -55,18 +55,8 @@ eachFace('the add-on loads and answers in a lone worker, then in the main thread
 });
 
 eachFace('string arguments go through the script\'s own string conversion', async (face) => {
-  const table = [
-    [[], 'undefined'],
-    [[undefined], 'undefined'],
-    [[null], 'null'],
-    [[12.5], '12.5'],
-    [[-0], '0'],
-    [[10n], '10'],
-    [[true], 'true'],
-    [[[1, '<']], '1,&lt;'],
-    [[{ toString() { return '<a>'; } }], '&lt;a&gt;'],
-    [[''], ''],
-  ];
+  const table = [[[], 'undefined'], [[undefined], 'undefined'], [[null], 'null'], [[12.5], '12.5'], [[-0], '0'],
+    [[10n], '10'], [[true], 'true'], [[[1, '<']], '1,&lt;'], [[{ toString() { return '<a>'; } }], '&lt;a&gt;'], [[''], '']];
   for (const [args, expected] of table) assert.strictEqual(await face.smc(...args), expected, String(args[0]));
 });
 
