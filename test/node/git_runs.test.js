@@ -142,6 +142,8 @@ eachFace('mtgch shows a real file as in HEAD, with git\'s lines or the caller\'s
   assert.deepStrictEqual([await face.mtgch(), await face.mtgcld()], ['', '']);
   assert.strictEqual(await face.mtgch('untracked.txt', repo, 'ffffff', null), '');
   assert.strictEqual(await face.mtgch('a.txt', tempDir(), 'ffffff', null), '');
+  // A control character is text; the view ends at a zero byte, as every result does.
+  assert.match(await face.mtgch('a.txt', repo, 'ffffff', 'X\x01Y\0Z'), /<span class='line-contents'>X\x01Y$/);
 });
 
 // A clone made with --reference whose source has moved: git warns with an error line about the
