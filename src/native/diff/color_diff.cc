@@ -20,17 +20,16 @@ constexpr std::size_t kSmallestCut = 10;
 std::size_t lastLineFeed(const char* slice, std::size_t size) {
   constexpr std::uint64_t kLow7 = 0x7F7F7F7F7F7F7F7Full;
   std::size_t i = size;
-  while (i > 0 && i % 8 != 0) {
-    if (slice[--i] == '\n') return i;
-  }
-  while (i >= 8) {
+  for (; i >= 8; i -= 8) {
     std::uint64_t word;
     std::memcpy(&word, slice + i - 8, 8);
     word ^= 0x0A0A0A0A0A0A0A0Aull;
     // The high bit of every zero byte, that is of every line feed (little-endian words).
     const std::uint64_t feeds = ~(((word & kLow7) + kLow7) | word | kLow7);
     if (feeds != 0) return i - 8 + static_cast<std::size_t>(63 - __builtin_clzll(feeds)) / 8;
-    i -= 8;
+  }
+  while (i > 0) {
+    if (slice[--i] == '\n') return i;
   }
   return size;
 }
