@@ -123,7 +123,8 @@ const Rule* ruleOf(const std::string& key) {
 
 bool isInclude(const std::string& key) {
   return key == "include.path" ||
-         (key.size() > 15 && key.compare(0, 10, "includeif.") == 0 && std::string_view(key).substr(key.size() - 5) == ".path");
+         (key.size() > 15 && key.compare(0, 10, "includeif.") == 0 &&
+          std::string_view(key).substr(key.size() - 5) == ".path");
 }
 
 std::string folderOf(const std::string& file) {

@@ -12,7 +12,9 @@ namespace tarnwick {
 
 namespace {
 
-bool startsWith(const std::string& text, const char* prefix) { return text.rfind(prefix, 0) == 0; }
+bool startsWith(const std::string& text, const char* prefix) {
+  return text.compare(0, std::strlen(prefix), prefix) == 0;
+}
 
 // Returns whether the host's environment entry must not reach git.
 bool redirectsGit(const std::string& entry) {

@@ -313,7 +313,8 @@ std::size_t measureLines(const char* const begin, const char* const end, bool ma
       }
       for (std::uint64_t rare = (starts & ats[w]) | slashes[w]; rare != 0; rare &= rare - 1) {
         const int bit = __builtin_ctzll(rare);
-        const std::uint64_t before = starts & (bit == 63 ? ~std::uint64_t{0} : (std::uint64_t{2} << bit) - 1);
+        // The starts at or before the bit; at bit 63 the shift wraps to zero, which keeps them all.
+        const std::uint64_t before = starts & ((std::uint64_t{2} << bit) - 1);
         const char* const p = before != 0 ? base + 63 - __builtin_clzll(before) : lineStart;
         if (p == measured) continue;
         measured = p;

@@ -38,13 +38,13 @@ class RunEnd {
   std::size_t operator()(std::size_t from) {
     if (from < from_ || from > end_) {
       std::size_t end = from;
-      if (Member == isNotLineFeed) {
+      if constexpr (Member == isNotLineFeed) {
         // Lines are the long runs: memchr finds their ends many bytes at a time.
         const void* lineFeed = std::memchr(text_.data() + from, '\n', text_.size() - from);
         end = lineFeed != nullptr ? static_cast<std::size_t>(static_cast<const char*>(lineFeed) - text_.data())
                                   : text_.size();
       }
-      if (Member == isWordByte) {
+      if constexpr (Member == isWordByte) {
         // Hashes are long words: skip eight bytes at a time while none is whitespace.
         while (text_.size() - end >= 8 && !hasSpaceByte(text_.data() + end)) end += 8;
       }
