@@ -1,5 +1,6 @@
 // Changed words: golden blocks, and generated ones against the rules and a quadratic table.
 #include "diff/changed_words.h"
+#include "diff/word_marks.h"
 
 #include <gtest/gtest.h>
 
@@ -61,6 +62,15 @@ TEST(ChangedWords, GeneratedBlocksKeepTheRules) {
   }
   tarnwick::ChangedWords words;
   EXPECT_EQ(reference::checkChangedWords(words, diff), "");
+}
+
+// A block with a line that the diff's chunking may cut, one past 9,000 bytes, gets no marks.
+TEST(ChangedWords, NoMarksInABlockWithALineTheChunkingMayCut) {
+  tarnwick::ChangedWords words;
+  for (const std::size_t size : {9000, 9001}) {
+    const std::string diff = "@@ -1 +1 @@\n-" + std::string(size - 2, 'w') + " x\n+" + std::string(size - 2, 'w') + " z\n";
+    EXPECT_EQ(tarnwick::findWordMarks(diff.data(), diff.size(), false, words).size(), size == 9000 ? 2u : 0u);
+  }
 }
 
 }  // namespace

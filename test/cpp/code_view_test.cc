@@ -108,8 +108,9 @@ TEST(RenderCodeView, StopsPastTheLongestString) {
   EXPECT_FALSE(oneLine.take("x", 1));
 }
 
-// Of a long line that no record can show, what is held stays small however long it grows, also
-// where content lines are kept whole (this one follows a content line as long as "filename").
+// Of a long line that no record can show, what is held stays small however long it grows or
+// however it arrives, also where content lines are kept whole (this one follows a content line as
+// long as "filename").
 TEST(RecordWindow, HoldsLongLinesTrimmed) {
   std::string words;
   for (int i = 0; i < 100000; ++i) words += "word ";
@@ -124,6 +125,9 @@ TEST(RecordWindow, HoldsLongLinesTrimmed) {
       window.append(line.data() + at, std::min<std::size_t>(1000, line.size() - at));
       ASSERT_LT(window.size(), 8192u) << at;
     }
+    tarnwick::RecordWindow whole(format(), 4096);  // the line arriving with its line feed
+    whole.append((line + "\n").data(), line.size() + 1);
+    EXPECT_LT(whole.size(), 8192u);
   }
 }
 

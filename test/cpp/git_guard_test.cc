@@ -52,11 +52,11 @@ TEST(Guard, OverridesWhatTheRepositoryChose) {
       // What the user's Git LFS filter would read from the repository's configuration.
       {local("lfs.customtransfer.Evil.path\nx") + local("lfs.CustomTransfer.evil.args\nx") +
            local("lfs.standalonetransferagent\nevil") + local("lfs.extension.e.clean\nx") + local("lfs.storage\n/x") +
-           local("remote.origin.lfsurl\nhttps://x") + local("core.sshcommand\nx") + local("lfs.url\nhttps://x") +
-           local("lfs.other.path\nkept"),
+           local("remote.origin.lfsurl\nhttps://x") + local("remote.o.lfspushurl\nx") + local("core.sshcommand\nx") +
+           local("lfs.url\nhttps://x") + local("lfs.other.path\nkept"),
        "[lfs.customtransfer.Evil.path=][lfs.CustomTransfer.evil.args=][lfs.standalonetransferagent=]"
        "[lfs.extension.e.clean=][lfs.storage=][remote.origin.lfsurl=file:///dev/null/no-transfers]"
-       "[core.sshcommand=ssh][blame]"},
+       "[remote.o.lfspushurl=file:///dev/null/no-transfers][core.sshcommand=ssh][blame]"},
       // Files the commands read; blame's ignore files are a list only its own option empties.
       {local("mailmap.file\n/dev/zero") + local("core.attributesfile\n/dev/zero") + global("diff.orderfile\nmine") +
            local("diff.orderfile\n/dev/zero") + global("blame.ignorerevsfile\na") + global("blame.ignorerevsfile\nb") +

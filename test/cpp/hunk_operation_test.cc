@@ -71,8 +71,9 @@ TEST(HunkCall, DiscardsALfsPointerOnlyWithItsObjectHere) {
   }
   fs::create_directories(folder + "/lfs/objects/01/23");
   std::ofstream(folder + "/lfs/objects/01/23/" + oid) << "here\n";
-  // Only a line of "oid sha256:" and 64 digits names the object, not any line of its length.
-  EXPECT_TRUE(runs(tarnwick::HunkAction::Discard, "@@ -1,3 +1,3 @@\n" + pointer + " " + std::string(75, 'x') + "\n"));
+  // Only a line of "oid sha256:" and 64 hexadecimal digits names the object, not any line of its length.
+  const std::string notOids = " " + std::string(75, 'x') + "\n oid sha256:" + std::string(63, '0') + ":\n oid sha256:g";
+  EXPECT_TRUE(runs(tarnwick::HunkAction::Discard, "@@ -1,3 +1,3 @@\n" + pointer + notOids + std::string(63, '0') + "\n"));
   reference::removeFolder(folder);
 }
 
