@@ -1,7 +1,7 @@
 'use strict';
 // Calls every method of both faces of the add-on in PACKAGE on one fixed set of inputs (a real
-// repository made here, text of every kind of character, hunks staged, unstaged and discarded) and
-// prints one line of JSON: [label, digest] for every result, and for a hunk what it left in the
+// repository made here with a file that is not UTF-8, text of every kind of character, hunks
+// staged, unstaged and discarded) and prints one line of JSON: [label, digest] for every result, and for a hunk what it left in the
 // index and the work tree. scripts/host-check.js runs it under each Node release and compares.
 // Written for the oldest host (Node 10.11): ES2018, nothing newer. Usage: host-probe.js PACKAGE
 const crypto = require('crypto');
@@ -77,7 +77,7 @@ async function main() {
   await both('smc', [{ toString() { throw new Error('no'); } }], 'smc throwing');
 
   const repo = makeRepo('odd \'"$` folder');
-  commit(repo, { 'a.txt': 'one\n\ntwo <&>\r\nthree #ff0000\n', 'b.txt': 'b\n' }, 'first <&> \'"', 1500000000);
+  commit(repo, { 'a.txt': 'one\n\ntwo <&>\r\nthree #ff0000\n', 'b.txt': Buffer.from('b \xe9\xff\n', 'latin1') }, 'first <&> \'"', 1500000000);
   git(repo, ['mv', 'a.txt', 'moved \u00e9.txt']);
   commit(repo, { 'moved \u00e9.txt': 'one\nTWO\n\nthree\n', '-dash.txt': 'x\n' }, `second ${'long '.repeat(30)}`, 1600000000);
   const head = git(repo, ['rev-parse', '--short', 'HEAD']).trim();
